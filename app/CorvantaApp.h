@@ -1,0 +1,42 @@
+// The application object: takes the data folder's single-instance lock,
+// builds the engine's state, starts it up and shuts it down.
+#pragma once
+
+#include "AppState.h"
+#include "CommandLine.h"
+#include "EventLog.h"
+
+#include <QLockFile>
+#include <QObject>
+
+#include <memory>
+
+namespace cz {
+
+class CCorvantaApp : public QObject {
+    Q_OBJECT
+public:
+    CCorvantaApp(const CommandLine &commandLine, const QString &programFolder, const Clock &clock,
+                 QObject *parent = nullptr);
+    ~CCorvantaApp() override;
+
+    // False when another program already watches the data folder (or the
+    // lock cannot be taken); `error` says which.
+    bool takeInstanceLock(QString *error);
+    // Reads the settings and every device and logs the start.
+    void startUp();
+    // Saves the settings and every device file and logs the shutdown.
+    void shutDown();
+
+    AppState &state() { return state_; }
+    const CommandLine &commandLine() const { return commandLine_; }
+
+private:
+    CommandLine commandLine_;
+    const Clock &clock_;
+    EventLog eventLog_;
+    AppState state_;
+    std::unique_ptr<QLockFile> lock_;
+};
+
+} // namespace cz

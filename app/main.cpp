@@ -1,0 +1,101 @@
+#include "CommandLine.h"
+#include "CorvantaApp.h"
+#include "TerminationSignals.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+#include <clocale>
+#include <cstdio>
+
+namespace {
+
+QString oneLine(QString text)
+{
+    return text.replace(QLatin1Char('\n'), QLatin1Char(' ')).simplified();
+}
+
+void printLoaded(const cz::AppState &state)
+{
+    QTextStream out(stdout);
+    out << "Data folder: " << QString::fromUtf8(state.folder().root) << '\n';
+    out << "Devices loaded: " << state.deviceCount << '\n';
+    for (int slot = 0; slot < state.deviceCount; ++slot) {
+        const cz::DeviceRecord &d = *state.devices[std::size_t(slot)];
+        int enabled = 0;
+        for (int i = 0; i < d.probeSlots(); ++i)
+            enabled += d.probe(i) && d.probe(i)->ProbeEnabled ? 1 : 0;
+        out << QStringLiteral("  %1. %2 (%3) at %4:%5, %6 probes (%7 enabled), every %8 s, logging %9\n")
+                   .arg(slot + 1)
+                   .arg(d.DeviceName.str(), d.DeviceModel.empty() ? QStringLiteral("no model") : d.DeviceModel.str(),
+                        d.DeviceAddress.str())
+                   .arg(d.DevicePort)
+                   .arg(d.ProbeCount)
+                   .arg(enabled)
+                   .arg(d.QueryInterval)
+                   .arg(d.LoggingEnabled ? "on" : "off");
+    }
+    out.flush();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication qapp(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Corvanta Zephtra"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("1.41"));
+    // Files and logs are written in the C locale whatever the user's is.
+    std::setlocale(LC_NUMERIC, "C");
+
+    QStringList args = QCoreApplication::arguments();
+    args.removeFirst();
+    const cz::CommandLine cl = cz::CommandLine::parse(args);
+    if (!cl.error.isEmpty()) {
+        std::fprintf(stderr, "corvanta-zephtra: %s\n%s", qPrintable(cl.error), qPrintable(cz::CommandLine::usage()));
+        return 2;
+    }
+    if (cl.help) {
+        std::fputs(qPrintable(cz::CommandLine::usage()), stdout);
+        return 0;
+    }
+    if (cl.version) {
+        std::puts("Corvanta Zephtra, Version 1.41  (build 102612)");
+        return 0;
+    }
+    if (!cl.headless)
+        std::fputs("corvanta-zephtra: this build has no window yet; running headless.\n", stderr);
+
+    cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance());
+    cz::AppState &state = app.state();
+    QObject::connect(&state, &cz::AppState::message, [](cz::MessageIcon, const QString &text) {
+        std::fprintf(stderr, "%s\n", qPrintable(oneLine(text)));
+    });
+
+    QString lockError;
+    if (!app.takeInstanceLock(&lockError)) {
+        std::fprintf(stderr, "%s\n", qPrintable(lockError));
+        return 1;
+    }
+
+    app.startUp();
+    printLoaded(state);
+    std::puts("Device polling is not part of this build yet: nothing is being monitored.\n"
+              "Press Ctrl+C (or send SIGTERM) to save the settings and device files and exit.");
+    std::fflush(stdout);
+
+    QObject::connect(&state, &cz::AppState::statusChanged, [last = QString()](const QString &status) mutable {
+        if (status == last)
+            return;
+        last = status;
+        std::printf("%s\n", qPrintable(status));
+        std::fflush(stdout);
+    });
+
+    cz::TerminationSignals termination;
+    QObject::connect(&termination, &cz::TerminationSignals::received, &qapp, [&app] {
+        app.shutDown();
+        QCoreApplication::exit(0);
+    });
+    return QCoreApplication::exec();
+}

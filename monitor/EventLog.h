@@ -1,0 +1,39 @@
+// The writers of the probe event logs, the probe data files and the error
+// logs, and the daily rollover of the probe files.
+#pragma once
+
+#include "ProbeLog.h"
+
+#include <QByteArray>
+
+namespace cz {
+
+class AppState;
+class Clock;
+
+// "<date> <time>: <message>\r\n" appended to `path`.
+void AppendProbeLog(const Clock &clock, const QByteArray &path, const QByteArray &message);
+// "<date> <time>: <message>" appended to `path`; the message ends its own
+// line (or runs on into the next entry).
+void AppendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray &message);
+// "<date>,<time>,<display text>\r\n" appended to a probe's data file.
+void AppendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,
+                    const QByteArray &displayText);
+// When the day has changed since the probe files were started, moves every
+// file of "Data" and then of "Logs" into a folder named by the old day, and
+// makes today the current day.
+void RollOverDailyFiles(AppState &app);
+
+class EventLog final : public ProbeLogSink {
+public:
+    explicit EventLog(const Clock &clock) : clock_(clock) {}
+    void appendProbeLog(const QByteArray &path, const QByteArray &message) override
+    {
+        AppendProbeLog(clock_, path, message);
+    }
+
+private:
+    const Clock &clock_;
+};
+
+} // namespace cz

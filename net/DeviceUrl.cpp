@@ -1,0 +1,24 @@
+#include "DeviceUrl.h"
+
+#include "Records.h"
+
+namespace cz {
+
+bool isMultiSensorModel(const QByteArray &model)
+{
+    return model.compare("Model RM1", Qt::CaseInsensitive) == 0;
+}
+
+QByteArray pageUrl(const QByteArray &address, int port, const char *page)
+{
+    // The URL buffer holds 2048 characters.
+    return ("http://" + address + ':' + QByteArray::number(port) + page).left(2047);
+}
+
+QByteArray readingsUrl(const DeviceFields &device)
+{
+    return pageUrl(device.DeviceAddress.bytes(), device.DevicePort,
+                   isMultiSensorModel(device.DeviceModel.bytes()) ? "/data" : "/temp");
+}
+
+} // namespace cz

@@ -1,0 +1,82 @@
+#include "CFormat.h"
+
+#include <charconv>
+#include <clocale>
+#include <cstdlib>
+#include <ctime>
+#include <limits>
+#include <locale.h>
+
+namespace cz {
+namespace {
+
+locale_t cLocale()
+{
+    static const locale_t loc = newlocale(LC_ALL_MASK, "C", locale_t(nullptr));
+    return loc;
+}
+
+const char *skipSpace(const char *p)
+{
+    while (*p == ' ' || *p == '\t' || *p == '\n' || *p == '\r' || *p == '\v' || *p == '\f')
+        ++p;
+    return p;
+}
+
+} // namespace
+
+QByteArray formatFixed(double value, int decimals)
+{
+    char buf[400];
+    const auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, decimals);
+    return QByteArray(buf, res.ptr - buf);
+}
+
+double parseDouble(const QByteArray &text)
+{
+    return strtod_l(text.constData(), nullptr, cLocale());
+}
+
+std::int64_t parseInteger(const QByteArray &text)
+{
+    const char *p = skipSpace(text.constData());
+    bool negative = false;
+    if (*p == '+' || *p == '-')
+        negative = (*p++ == '-');
+    std::uint64_t magnitude = 0;
+    const std::uint64_t limit = std::uint64_t(std::numeric_limits<std::int64_t>::max()) + (negative ? 1 : 0);
+    for (; *p >= '0' && *p <= '9'; ++p) {
+        magnitude = magnitude * 10 + std::uint64_t(*p - '0');
+        if (magnitude >= limit) {
+            magnitude = limit;
+            while (p[1] >= '0' && p[1] <= '9')
+                ++p;
+        }
+    }
+    if (negative)
+        return magnitude == limit ? std::numeric_limits<std::int64_t>::min() : -std::int64_t(magnitude);
+    return std::int64_t(magnitude);
+}
+
+std::int32_t parseInt32(const QByteArray &text)
+{
+    const std::int64_t v = parseInteger(text);
+    if (v > std::numeric_limits<std::int32_t>::max())
+        return std::numeric_limits<std::int32_t>::max();
+    if (v < std::numeric_limits<std::int32_t>::min())
+        return std::numeric_limits<std::int32_t>::min();
+    return std::int32_t(v);
+}
+
+QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern)
+{
+    const std::time_t t = std::time_t(epochSeconds);
+    std::tm parts{};
+    if (!localtime_r(&t, &parts))
+        return QByteArray();
+    char buf[128];
+    const std::size_t n = strftime_l(buf, sizeof buf, pattern, &parts, cLocale());
+    return QByteArray(buf, qsizetype(n));
+}
+
+} // namespace cz

@@ -1,0 +1,27 @@
+// Locale-independent number and date text, as the files and logs need it
+// whatever the user's locale is.
+#pragma once
+
+#include <QByteArray>
+
+#include <cstdint>
+
+namespace cz {
+
+// printf "%.0Nf" in the C locale.
+QByteArray formatFixed(double value, int decimals);
+// Leading decimal number of the text, as atof: white space skipped, 0 when none.
+double parseDouble(const QByteArray &text);
+// Leading decimal integer of the text, as atol: white space and sign, 0 when none;
+// saturated at the 64-bit range.
+std::int64_t parseInteger(const QByteArray &text);
+// The same, saturated at the 32-bit range.
+std::int32_t parseInt32(const QByteArray &text);
+// The local date and time of `epochSeconds` formatted by strftime `pattern`,
+// with English day and month names and AM/PM.
+QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern);
+
+inline QByteArray dateText(std::int64_t t) { return formatLocalTime(t, "%m-%d-%y"); }
+inline QByteArray clockText(std::int64_t t) { return formatLocalTime(t, "%H:%M:%S"); }
+
+} // namespace cz

@@ -1,0 +1,128 @@
+#include "Records.h"
+
+#include <cstdio>
+
+namespace cz {
+namespace {
+
+constexpr std::array<std::int32_t, kMaxProbes> kDefaultColors = {
+    0x404080, 0x0000FF, 0x0080FF, 0x00FFFF, 0x00FF00, 0xFF8000, 0xFF00FF, 0xC0C0C0,
+    0xFFFFFF, 0x8080FF, 0x800080, 0x008080, 0x00FFFF, 0x000080, 0xD1FFA4, 0xFF80FF};
+constexpr std::array<std::int32_t, kMaxProbes> kDefaultSymbols = {1, 1, 1, 1, 1, 1, 1, 1, 1, 11, 6, 9, 7, 15, 12, 4};
+
+} // namespace
+
+const char *probeTypeText(ProbeType type)
+{
+    switch (type) {
+    case ProbeType::Temperature: return "Temperature";
+    case ProbeType::Humidity: return "Humidity";
+    case ProbeType::Wetness: return "Wetness";
+    case ProbeType::Switch: return "Switch";
+    }
+    return "";
+}
+
+char unitLetter(DisplayUnits units)
+{
+    const int i = int(units);
+    return i >= 0 && i < 4 ? "FCKR"[i] : '?';
+}
+
+const char *alarmStateText(AlarmState state)
+{
+    switch (state) {
+    case AlarmState::Normal: return "Normal";
+    case AlarmState::HighAlarm: return "High Alarm";
+    case AlarmState::HighCaution: return "High Caution";
+    case AlarmState::LowCaution: return "Low Caution";
+    case AlarmState::LowAlarm: return "Low Alarm";
+    }
+    return "";
+}
+
+const char *switchConditionText(SwitchAlarmCondition condition)
+{
+    switch (condition) {
+    case SwitchAlarmCondition::Never: return "Never alarm";
+    case SwitchAlarmCondition::OnOpen: return "Alarm on open";
+    case SwitchAlarmCondition::OnClose: return "Alarm on close";
+    }
+    return "";
+}
+
+std::int32_t defaultChartColor(int probeIndex)
+{
+    return kDefaultColors[std::size_t(probeIndex) % kMaxProbes];
+}
+
+std::int32_t defaultChartSymbol(int probeIndex)
+{
+    return kDefaultSymbols[std::size_t(probeIndex) % kMaxProbes];
+}
+
+int copyProbeRecord(ProbeRecord *to, const ProbeRecord &from)
+{
+    if (!to)
+        return 0;
+    if (to != &from)
+        *to = from;
+    return 1;
+}
+
+int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from)
+{
+    if (!to)
+        return 0;
+    if (to != &from)
+        static_cast<DeviceFields &>(*to) = static_cast<const DeviceFields &>(from);
+    return 1;
+}
+
+QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName, int probeNumber,
+                         const QByteArray &probeName, const char *extension)
+{
+    // A probe name comes from the device or the operator; a slash in it must
+    // not turn the file name into a path into another folder.
+    QByteArray safeName = probeName;
+    safeName.replace('/', '_');
+    char number[8];
+    std::snprintf(number, sizeof number, "%02d", probeNumber);
+    return folder + '/' + deviceName + "-Probe" + number + "-(" + safeName + ")." + extension;
+}
+
+void resetRunState(DeviceRecord &device, int slot, const QByteArray &dataFolder)
+{
+    device.QueryFailureCount = 0;
+    device.QueryBookkeeping = 0;
+    device.LastContactTimeVal = 0;
+    device.QueryDue = 0;
+    device.Times.clear();
+    device.ChangedKeys = 0;
+    device.ShownChanges = 0;
+    for (int i = 0; i < kMaxProbes; ++i) {
+        ProbeRecord *p = device.probe(i);
+        if (!p)
+            continue;
+        p->AlarmState = AlarmState::Normal;
+        p->ConsecutiveAlarmCount = 0;
+        p->DeviceNumber = slot;
+        p->CurrentTemp = kNoTemp;
+        p->CurrentHumidity = kNoReading;
+        p->CurrentWetness = kNoReading;
+        p->SwitchState = kSwitchUnknown;
+        p->LastAlarmSetTimeVal = 0;
+        p->LastAlarmClearedTimeVal = 0;
+        p->SwitchOpenTimeVal = 0;
+        p->SwitchCloseTimeVal = 0;
+        p->HighAlarmSent = p->HighCautionSent = p->LowCautionSent = p->LowAlarmSent = 0;
+        p->CurrentValueText = "n/a";
+        p->Values.clear();
+        p->DataLogFile = probeFilePath(dataFolder + "/Data", device.DeviceName.bytes(), p->ProbeNumber,
+                                       p->ProbeName.bytes(), "csv");
+        p->ChangedKeys = 0;
+        p->ShownChanges = 0;
+    }
+}
+
+} // namespace cz
