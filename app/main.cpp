@@ -78,6 +78,12 @@ int main(int argc, char *argv[])
         return 1;
     }
 
+    cz::TerminationSignals termination;
+    QObject::connect(&termination, &cz::TerminationSignals::received, &qapp, [&app] {
+        app.shutDown();
+        QCoreApplication::exit(0);
+    });
+
     app.startUp();
     printLoaded(state);
     std::puts("Device polling is not part of this build yet: nothing is being monitored.\n"
@@ -92,10 +98,5 @@ int main(int argc, char *argv[])
         std::fflush(stdout);
     });
 
-    cz::TerminationSignals termination;
-    QObject::connect(&termination, &cz::TerminationSignals::received, &qapp, [&app] {
-        app.shutDown();
-        QCoreApplication::exit(0);
-    });
     return QCoreApplication::exec();
 }

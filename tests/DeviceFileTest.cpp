@@ -1,0 +1,342 @@
+#include "AppState.h"
+#include "DeviceFile.h"
+#include "IniFile.h"
+#include "TestSupport.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+using namespace cz;
+using namespace cz::test;
+
+namespace {
+
+// A device added by hand: what the add-device flow builds before its first save.
+int addDevice(AppState &s, const QByteArray &name, int probes)
+{
+    QDir().mkpath(QFile::decodeName(s.folder().devices()));
+    auto d = std::make_unique<DeviceRecord>();
+    d->DeviceName = name;
+    d->DeviceAddress = "127.0.0.1";
+    d->DeviceModel = "Model R4";
+    d->ProbeCount = probes;
+    d->LoggingEnabled = 1;
+    for (int i = 0; i < probes; ++i) {
+        auto p = std::make_unique<ProbeRecord>();
+        p->ProbeNumber = i + 1;
+        p->ProbeEnabled = 1;
+        p->ProbeName = "Probe " + QByteArray::number(i + 1);
+        p->LogFile = probeFilePath(s.folder().logs(), name, i + 1, p->ProbeName.bytes(), "log");
+        p->DataLogFile = probeFilePath(s.folder().data(), name, i + 1, p->ProbeName.bytes(), "csv");
+        p->HighAlarmTemp = 90;
+        p->LowAlarmTemp = 40;
+        p->ChartDataColor = defaultChartColor(i);
+        p->ChartDataSymbol = defaultChartSymbol(i);
+        d->Probes[std::size_t(i)] = std::move(p);
+    }
+    const int slot = s.deviceCount++;
+    s.devices[std::size_t(slot)] = std::move(d);
+    return slot;
+}
+
+QList<QByteArray> keysOf(const QByteArray &text)
+{
+    QList<QByteArray> keys;
+    for (const QByteArray &line : text.split('\n')) {
+        const int eq = line.indexOf('=');
+        if (eq > 0 && !line.startsWith(';'))
+            keys.append(line.left(eq));
+    }
+    return keys;
+}
+
+} // namespace
+
+TEST(DeviceFile, ANewDeviceFileIsTheTemplateTextFollowedByEveryKeyInOrder)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    s.readProgramSettings();
+    writeFile(f.path("Templates/DeviceTemplate.txt"), "; head\r\n[Device]\r\n; device keys follow\r\n");
+    writeFile(f.path("Templates/ProbeTemplate.txt"), "[ProbeXX]\r\n; ProbeXX keys follow\r\n");
+    const int slot = addDevice(s, "Lab", 2);
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+
+    const QByteArray text = readFile(f.path("Devices/Lab.ini"));
+    const QByteArray banner2 = "\r\n;################################\r\n;  Probe02\r\n;################################\r\n";
+    EXPECT_TRUE(text.startsWith("; head\r\n[Device]\r\n; device keys follow\r\nDevicePort=80\r\nProbeCount=2\r\n"
+                                "UseProxy=0\r\nLastContactTimeVal=0\r\nDisplayUnits=0\r\nQueryInterval=30\r\n"
+                                "DeviceName=Lab\r\n"));
+    EXPECT_TRUE(text.contains("PlotLineWidth=1\r\n\r\n;################################\r\n;  Probe01\r\n"
+                              ";################################\r\n[Probe01]\r\n; ProbeXX keys follow\r\n"
+                              "DeviceNumber=0\r\nProbeNumber=1\r\n"));
+    EXPECT_TRUE(text.contains(banner2 + "[Probe02]\r\n; ProbeXX keys follow\r\nDeviceNumber=0\r\nProbeNumber=2\r\n"));
+
+    const QList<QByteArray> keys = keysOf(text);
+    ASSERT_EQ(keys.size(), 31 + 2 * 83);  // CurrentTemp has no reading and is left out
+    EXPECT_EQ(keys[30], "PlotLineWidth");
+    EXPECT_EQ(keys[31 + 52], "HighAlarmTemp");
+    EXPECT_EQ(keys[31 + 56], "HighestTemp");
+    EXPECT_EQ(keys[31 + 82], "LastSwitchCloseDate");
+    EXPECT_TRUE(text.contains("HighAlarmTemp=90.00\r\n"));
+    EXPECT_TRUE(text.contains("ChartDataColor=4210816\r\n"));
+    EXPECT_FALSE(text.contains("CurrentTemp="));
+
+    // Adding a device is logged, and afterwards every device key is due again.
+    EXPECT_EQ(f.log.messagesFor(s.devices[0]->probe(1)->LogFile.bytes()), QList<QByteArray>{"New device added."});
+    EXPECT_EQ(s.devices[0]->ChangedKeys, kAllKeys);
+    EXPECT_EQ(s.devices[0]->probe(0)->ChangedKeys, 0u);
+    EXPECT_EQ(s.status(), "Status: monitoring devices...");
+}
+
+TEST(DeviceFile, MissingTemplatesAreReportedAndTheFileStillHoldsEveryKey)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    const int slot = addDevice(s, "Bare", 1);
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    EXPECT_EQ(f.messages, (QStringList{"Error reading device template file.\n", "Error reading probe template file.\n"}));
+    const QByteArray text = readFile(f.path("Devices/Bare.ini"));
+    EXPECT_EQ(keysOf(text).size(), 31 + 83);
+    EXPECT_TRUE(text.contains(";################################\r\n\r\n[Device]\r\nDevicePort=80\r\n"));
+    EXPECT_TRUE(text.contains("PlotLineWidth=1\r\n\r\n[Probe01]\r\nDeviceNumber=0\r\n"));
+}
+
+TEST(DeviceFile, EveryProbeXXSectionHeaderOfTheProbeTemplateIsNumbered)
+{
+    const QByteArray dir = QFile::encodeName(QDir::tempPath()) + "/cz-template-test";
+    QDir().mkpath(QFile::decodeName(dir));
+    writeFile(dir + "/DeviceTemplate.txt", "[Device]\r\n");
+    writeFile(dir + "/ProbeTemplate.txt", "[ProbeXX]\r\n; see [ProbeXX] and ProbeXX\r\n");
+    QStringList errors;
+    const QByteArray text = deviceFileSkeleton(dir, 2, &errors);
+    EXPECT_TRUE(errors.isEmpty());
+    EXPECT_TRUE(text.contains("[Probe01]\r\n; see [Probe01] and ProbeXX\r\n"));
+    EXPECT_TRUE(text.contains("[Probe02]\r\n; see [Probe02] and ProbeXX\r\n"));
+    QDir(QFile::decodeName(dir)).removeRecursively();
+}
+
+TEST(DeviceFile, OnlyChangedKeysAreSavedAndEachIsLoggedToEnabledProbes)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    const int slot = addDevice(s, "Lab", 2);
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    DeviceRecord &d = *s.devices[std::size_t(slot)];
+    d.ChangedKeys = 0;
+    d.probe(1)->ProbeEnabled = 0;
+    QByteArray before = readFile(f.path("Devices/Lab.ini"));
+    f.log.lines.clear();
+
+    d.DevicePort = 8082;
+    d.LastContactTimeVal = 1794661500;
+    d.markChanged(DeviceBit::DevicePort | DeviceBit::LastContactTimeVal);
+    d.probe(0)->HighAlarmTemp = 95.5;
+    d.probe(0)->markChanged(ProbeBit::HighAlarmTemp);
+    d.probe(1)->ProbeName = "Exhaust";
+    d.probe(1)->markChanged(ProbeBit::ProbeName);
+    ASSERT_TRUE(s.writeDeviceFile(slot, false));
+
+    before.replace("DevicePort=80\r\n", "DevicePort=8082\r\n");
+    before.replace("LastContactTimeVal=0\r\n", "LastContactTimeVal=1794661500\r\n");
+    const qsizetype first = before.indexOf("HighAlarmTemp=90.00\r\n");  // probe 1's
+    before.replace(first, 21, "HighAlarmTemp=95.50\r\n");
+    before.replace("ProbeName=Probe 2\r\n", "ProbeName=Exhaust\r\n");
+    EXPECT_EQ(readFile(f.path("Devices/Lab.ini")), before);
+
+    const QByteArray log1 = d.probe(0)->LogFile.bytes();
+    EXPECT_EQ(f.log.messagesFor(log1), (QList<QByteArray>{"DevicePort saved as \"8082\"", "HighAlarmTemp saved as \"95.50\""}));
+    EXPECT_TRUE(f.log.messagesFor(d.probe(1)->LogFile.bytes()).isEmpty());  // disabled probe
+    EXPECT_EQ(d.ChangedKeys, 0u);
+    EXPECT_EQ(d.probe(0)->ChangedKeys, 0u);
+
+    // Nothing changed: nothing is written or logged.
+    f.log.lines.clear();
+    ASSERT_TRUE(s.writeDeviceFile(slot, false));
+    EXPECT_TRUE(f.log.lines.empty());
+}
+
+TEST(DeviceFile, TemperaturesWithoutAReadingAreNotWritten)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    const int slot = addDevice(s, "Lab", 1);
+    DeviceRecord &d = *s.devices[std::size_t(slot)];
+    d.probe(0)->CurrentTemp = 70.25;
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    d.ChangedKeys = 0;
+    d.probe(0)->CurrentTemp = kNoTemp;
+    d.probe(0)->markChanged(ProbeBit::CurrentTemp);
+    ASSERT_TRUE(s.writeDeviceFile(slot, false));
+    EXPECT_TRUE(readFile(f.path("Devices/Lab.ini")).contains("CurrentTemp=70.25\r\n"));
+}
+
+TEST(DeviceFile, TheLowestTempKeyHoldsTheLowestTemperaturesTime)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    const int slot = addDevice(s, "Lab", 1);
+    ProbeRecord &p = *s.devices[std::size_t(slot)]->probe(0);
+    p.LowestTemp = 55.5;
+    p.LowestTempTimeVal = 1794661000;
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    const QByteArray text = readFile(f.path("Devices/Lab.ini"));
+    EXPECT_TRUE(text.contains("\r\nLowestTemp=1794661000\r\nLowestTempDate=1794661000\r\n"));
+
+    writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Lab\r\n");
+    f.restart().readProgramSettings();
+    EXPECT_EQ(f.state().devices[0]->probe(0)->LowestTemp, 1794661000.0);
+}
+
+TEST(DeviceFile, ReadingAppliesDateKeysAndTheStartOfRunResets)
+{
+    DataFolderFixture f;
+    writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Lab\r\n");
+    QDir().mkpath(QFile::decodeName(f.path("Devices")));
+    writeFile(f.path("Devices/Lab.ini"),
+              "[Device]\nProbeCount=1\nDeviceName=Lab\nLastContactTimeVal=1794000000\nQueryInterval=5\n"
+              "[Probe01]\nProbeNumber=1\nProbeName=In/Out\nAlarmState=1\nConsecutiveAlarmCount=7\n"
+              "HighestTempTimeVal=100\nHighestTempDate=200\nLowestTempTimeVal=300\n"
+              "HighestHumidity=55\nCurrentTemp=77.70\nSwitchState=8\nLastAlarmSetTimeVal=400\n"
+              "HighAlarmHumidity=45.9\nDataLogFile=/elsewhere.csv\n");
+    AppState &s = f.state();
+    s.readProgramSettings();
+    const DeviceRecord &d = *s.devices[0];
+    const ProbeRecord &p = *d.probe(0);
+    EXPECT_EQ(d.LastContactTimeVal, 0);
+    EXPECT_EQ(d.QueryInterval, 5);
+    EXPECT_EQ(p.HighestTempTimeVal, 200);  // the Date key wins
+    EXPECT_EQ(p.LowestTempTimeVal, 0);     // no Date key: no time
+    EXPECT_EQ(p.HighestHumidity, 55);
+    EXPECT_EQ(p.HighAlarmHumidity, 45);
+    EXPECT_EQ(p.AlarmState, AlarmState::Normal);
+    EXPECT_EQ(p.ConsecutiveAlarmCount, 0);
+    EXPECT_EQ(p.CurrentTemp, kNoTemp);
+    EXPECT_EQ(p.SwitchState, kSwitchUnknown);
+    EXPECT_EQ(p.LastAlarmSetTimeVal, 0);
+    EXPECT_EQ(p.CurrentValueText.bytes(), "n/a");
+    EXPECT_EQ(p.ChartDataColor, 0x404080);
+    EXPECT_EQ(p.DataLogFile.bytes(), f.root() + "/Data/Lab-Probe01-(In_Out).csv");
+    EXPECT_EQ(p.LogFile.bytes(), f.root() + "/Logs/Lab-Probe01-(In_Out).log");
+}
+
+TEST(DeviceFile, ProbeCountsOutsideOneToSixteenAreClamped)
+{
+    DataFolderFixture f;
+    writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=None\r\nDevice002=Neg\r\nDevice003=Many\r\n");
+    QDir().mkpath(QFile::decodeName(f.path("Devices")));
+    writeFile(f.path("Devices/None.ini"), "[Device]\r\nProbeCount=0\r\n");
+    writeFile(f.path("Devices/Neg.ini"), "[Device]\r\nProbeCount=-3\r\n");
+    writeFile(f.path("Devices/Many.ini"), "[Device]\r\nProbeCount=99\r\n");
+    AppState &s = f.state();
+    s.readProgramSettings();
+    ASSERT_EQ(s.deviceCount, 3);
+    EXPECT_EQ(s.devices[0]->probeSlots(), 0);
+    EXPECT_EQ(s.devices[1]->probeSlots(), 0);
+    EXPECT_EQ(s.devices[2]->ProbeCount, 16);
+    EXPECT_NE(s.devices[2]->probe(15), nullptr);
+}
+
+TEST(DeviceFile, DeletingADeviceCompactsTheSlotsAndRewritesTheList)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    s.readProgramSettings();
+    for (const char *name : {"A", "B", "C"})
+        s.writeDeviceFile(addDevice(s, name, 1), true);
+    ASSERT_TRUE(s.writeDevicesSection());
+    int removed = -1;
+    QObject::connect(&s, &AppState::deviceRemoved, [&removed](int slot) { removed = slot; });
+    ASSERT_TRUE(s.deleteDevice(1));
+    EXPECT_EQ(removed, 1);
+    EXPECT_EQ(s.deviceCount, 2);
+    EXPECT_EQ(s.devices[1]->DeviceName.bytes(), "C");
+    EXPECT_EQ(s.devices[1]->probe(0)->DeviceNumber, 1);
+    EXPECT_FALSE(exists(f.path("Devices/B.ini")));
+    EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).endsWith("[Devices]\r\nDevice001=A\r\nDevice002=C\r\n"));
+    s.deleteDevice(0);
+    s.deleteDevice(0);
+    EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).endsWith("[Devices]\r\n"));
+}
+
+TEST(DeviceFile, RenamingKeepsTheOldFileAndPointsTheProbeFilesAtTheNewName)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    s.readProgramSettings();
+    const int slot = addDevice(s, "Lab", 1);
+    s.writeDeviceFile(slot, true);
+    s.devices[0]->ChangedKeys = 0;
+    ASSERT_TRUE(s.renameDevice(slot, "Lab2"));
+    EXPECT_TRUE(exists(f.path("Devices/Lab.ini")));
+    const QByteArray renamed = readFile(f.path("Devices/Lab2.ini"));
+    EXPECT_TRUE(renamed.contains("DeviceName=Lab2\r\n"));
+    EXPECT_TRUE(renamed.contains("HighAlarmTemp=90.00\r\n"));
+    EXPECT_TRUE(renamed.contains("LogFile=" + f.root() + "/Logs/Lab2-Probe01-(Probe 1).log\r\n"));
+    EXPECT_EQ(s.devices[0]->probe(0)->DataLogFile.bytes(), f.root() + "/Data/Lab2-Probe01-(Probe 1).csv");
+    EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).endsWith("[Devices]\r\nDevice001=Lab2\r\n"));
+}
+
+TEST(DeviceFile, NamesThatAreNotFileNamesAreRefusedEverywhere)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=../escape\r\nDevice002=..\r\nDevice003=Good\r\n");
+    s.readProgramSettings();
+    ASSERT_EQ(s.deviceCount, 1);
+    EXPECT_EQ(s.devices[0]->DeviceName.bytes(), "Good");
+    EXPECT_EQ(f.messages.size(), 2);
+    EXPECT_TRUE(f.messages[0].contains("\"../escape\" cannot be used"));
+
+    f.messages.clear();
+    EXPECT_FALSE(s.renameDevice(0, "a/b"));
+    EXPECT_FALSE(s.renameDevice(0, QByteArray("nul\0byte", 8)));
+    EXPECT_FALSE(s.renameDevice(0, "."));
+    EXPECT_EQ(f.messages.size(), 3);
+    EXPECT_EQ(s.devices[0]->DeviceName.bytes(), "Good");
+
+    s.devices[0]->DeviceName = "../../outside";
+    EXPECT_FALSE(s.writeDeviceFile(0, true));
+    EXPECT_FALSE(exists(f.root() + "/../outside.ini"));
+}
+
+TEST(DeviceFile, AFailedSaveKeepsTheOldFileAndTheChangesForTheNextSave)
+{
+    DataFolderFixture f;
+    AppState &s = f.state();
+    const int slot = addDevice(s, "Lab", 4);
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    DeviceRecord &d = *s.devices[std::size_t(slot)];
+    d.ChangedKeys = 0;
+    const QByteArray before = readFile(f.path("Devices/Lab.ini"));
+    f.messages.clear();
+    d.probe(0)->Notes = QByteArray(1000, 'n');
+    d.probe(0)->markChanged(ProbeBit::Notes);
+    {
+        FileSizeLimit full(before.size() / 2);
+        EXPECT_FALSE(s.writeDeviceFile(slot, false));
+    }
+    EXPECT_EQ(readFile(f.path("Devices/Lab.ini")), before);
+    ASSERT_EQ(f.messages.size(), 1);
+    EXPECT_TRUE(f.messages[0].contains("could not be saved"));
+    EXPECT_NE(d.probe(0)->ChangedKeys, 0u);
+    EXPECT_TRUE(s.writeDeviceFile(slot, false));
+    EXPECT_TRUE(readFile(f.path("Devices/Lab.ini")).contains("Notes=nnnn"));
+}
+
+TEST(DeviceFile, EditedKeysAreFoundByComparingWrittenValues)
+{
+    DeviceRecord live, edited;
+    edited.DeviceName = "";  // equal
+    edited.SMTPServerName = "";
+    edited.QueryInterval = 60;
+    edited.EmailSubjectText = "CORVANTA QUERY FAILURE";  // texts compare without case
+    markEditedKeys(live, edited);
+    EXPECT_EQ(edited.ChangedKeys, DeviceBit::QueryInterval);
+    ProbeRecord p, q;
+    q.HighAlarmTemp = 90;
+    q.ProbeEnabled = 1;
+    markEditedKeys(p, q);
+    EXPECT_EQ(q.ChangedKeys, ProbeBit::HighAlarmTemp | ProbeBit::ProbeEnabled);
+}

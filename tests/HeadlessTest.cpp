@@ -1,0 +1,76 @@
+#include "TestSupport.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+using namespace cz::test;
+
+namespace {
+
+const QString kProgram = QStringLiteral(CZ_BIN_DIR "/corvanta-zephtra");
+
+bool waitForOutput(QProcess &p, const QByteArray &text, QByteArray &seen)
+{
+    QElapsedTimer t;
+    t.start();
+    while (!seen.contains(text) && t.elapsed() < 20000) {
+        p.waitForReadyRead(200);
+        seen += p.readAllStandardOutput();
+        if (p.state() == QProcess::NotRunning)
+            break;
+    }
+    return seen.contains(text);
+}
+
+} // namespace
+
+TEST(Headless, StartsOnceLogsTheStartAndSavesEverythingOnSigterm)
+{
+    DataFolderFixture f;
+    QDir().mkpath(QFile::decodeName(f.path("Devices")));
+    writeFile(f.path("Corvanta Zephtra.ini"), "; mine\r\n[Devices]\r\nDevice001=Lab\r\n");
+    writeFile(f.path("Devices/Lab.ini"),
+              "[Device]\r\nDeviceName=Lab\r\nProbeCount=2\r\nLoggingEnabled=1\r\n"
+              "[Probe01]\r\nProbeNumber=1\r\nProbeName=Intake\r\nProbeEnabled=1\r\n"
+              "[Probe02]\r\nProbeNumber=2\r\nProbeName=Spare\r\nProbeEnabled=0\r\n");
+
+    QProcess first;
+    first.start(kProgram, {"--headless", "--data-dir", f.dir.path()});
+    QByteArray out;
+    ASSERT_TRUE(waitForOutput(first, "Press Ctrl+C", out)) << out.constData();
+    EXPECT_TRUE(out.contains("Devices loaded: 1"));
+    EXPECT_TRUE(out.contains("Lab"));
+
+    QProcess second;
+    second.start(kProgram, {"--headless", "--data-dir", f.dir.path()});
+    ASSERT_TRUE(second.waitForFinished(20000));
+    EXPECT_NE(second.exitCode(), 0);
+    EXPECT_EQ(second.readAllStandardError(), "Corvanta Zephtra is already running!\n");
+
+    const QByteArray log = f.path("Logs/Lab-Probe01-(Intake).log");
+    EXPECT_TRUE(readFile(log).endsWith(": Corvanta Zephtra program starting.\r\n"));
+    EXPECT_FALSE(exists(f.path("Logs/Lab-Probe02-(Spare).log")));
+
+    ::kill(pid_t(first.processId()), SIGTERM);
+    ASSERT_TRUE(first.waitForFinished(20000));
+    EXPECT_EQ(first.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(first.exitCode(), 0);
+    EXPECT_TRUE(readFile(log).endsWith(": Corvanta Zephtra program shutting down.\r\n"));
+    const QByteArray settings = readFile(f.path("Corvanta Zephtra.ini"));
+    EXPECT_TRUE(settings.startsWith("; mine\r\n[Devices]\r\nDevice001=Lab\r\n\r\n[Program]\r\nStartMinimized=0\r\n"));
+    EXPECT_TRUE(exists(f.path("Templates/ProbeTemplate.txt")));
+
+    // The lock went with the program: a new one starts and stops on SIGINT.
+    QProcess third;
+    third.start(kProgram, {"--headless", "--data-dir", f.dir.path()});
+    QByteArray out3;
+    ASSERT_TRUE(waitForOutput(third, "Press Ctrl+C", out3));
+    ::kill(pid_t(third.processId()), SIGINT);
+    ASSERT_TRUE(third.waitForFinished(20000));
+    EXPECT_EQ(third.exitCode(), 0);
+}

@@ -1,0 +1,73 @@
+#include "TestSupport.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <csignal>
+#include <sys/resource.h>
+
+namespace cz::test {
+
+QByteArray readFile(const QByteArray &path)
+{
+    QFile f(QFile::decodeName(path));
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
+    return f.readAll();
+}
+
+void writeFile(const QByteArray &path, const QByteArray &bytes)
+{
+    QFile f(QFile::decodeName(path));
+    if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        f.write(bytes);
+}
+
+bool exists(const QByteArray &path)
+{
+    return QFileInfo::exists(QFile::decodeName(path));
+}
+
+QList<QByteArray> RecordingLog::messagesFor(const QByteArray &path) const
+{
+    QList<QByteArray> out;
+    for (const auto &[p, m] : lines)
+        if (p == path)
+            out.append(m);
+    return out;
+}
+
+DataFolderFixture::DataFolderFixture()
+{
+    restart();
+}
+
+DataFolderFixture::~DataFolderFixture() = default;
+
+AppState &DataFolderFixture::restart()
+{
+    state_ = std::make_unique<AppState>(DataFolder{root()}, clock, log);
+    QObject::connect(state_.get(), &AppState::message,
+                     [this](MessageIcon, const QString &text) { messages.append(text); });
+    return *state_;
+}
+
+FileSizeLimit::FileSizeLimit(long bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit rl{};
+    getrlimit(RLIMIT_FSIZE, &rl);
+    old_ = long(rl.rlim_cur);
+    rl.rlim_cur = rlim_t(bytes);
+    setrlimit(RLIMIT_FSIZE, &rl);
+}
+
+FileSizeLimit::~FileSizeLimit()
+{
+    rlimit rl{};
+    getrlimit(RLIMIT_FSIZE, &rl);
+    rl.rlim_cur = rlim_t(old_);
+    setrlimit(RLIMIT_FSIZE, &rl);
+}
+
+} // namespace cz::test

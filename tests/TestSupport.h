@@ -1,0 +1,64 @@
+#pragma once
+
+#include "AppState.h"
+#include "Clock.h"
+#include "ProbeLog.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace cz::test {
+
+QByteArray readFile(const QByteArray &path);
+void writeFile(const QByteArray &path, const QByteArray &bytes);
+bool exists(const QByteArray &path);
+
+// Event-log lines the store asked for, in order.
+class RecordingLog : public ProbeLogSink {
+public:
+    void appendProbeLog(const QByteArray &path, const QByteArray &message) override
+    {
+        lines.emplace_back(path, message);
+    }
+    std::vector<std::pair<QByteArray, QByteArray>> lines;
+    QList<QByteArray> messagesFor(const QByteArray &path) const;
+};
+
+// A fresh data folder and the program state on it, with the messages the
+// engine has for the operator.
+class DataFolderFixture {
+public:
+    DataFolderFixture();
+    ~DataFolderFixture();
+    QByteArray root() const { return QFile::encodeName(dir.path()); }
+    QByteArray path(const char *relative) const { return root() + '/' + relative; }
+    // A new AppState on the folder (as a program start would make).
+    AppState &restart();
+    AppState &state() { return *state_; }
+
+    QTemporaryDir dir;
+    ManualClock clock{1794661509};  // Sat Nov 14 2026 13:05:09 UTC
+    RecordingLog log;
+    QStringList messages;
+
+private:
+    std::unique_ptr<AppState> state_;
+};
+
+// Makes every write past `bytes` fail as on a full disk while alive.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(long bytes);
+    ~FileSizeLimit();
+
+private:
+    long old_;
+};
+
+} // namespace cz::test
