@@ -38,10 +38,11 @@ void appendToFile(const QByteArray &path, const QByteArray &bytes)
     ::close(fd);
 }
 
-QByteArray datedEntry(const Clock &clock, const QByteArray &message)
+// "<date> <time>: " of now.
+QByteArray entryPrefix(const Clock &clock)
 {
     const std::int64_t now = clock.now();
-    return dateText(now) + ' ' + clockText(now) + ": " + message;
+    return dateText(now) + ' ' + clockText(now) + ": ";
 }
 
 // Moves `from` to `to` unless something of that name is already there.
@@ -78,12 +79,21 @@ void moveFilesInto(const QByteArray &folder, const QByteArray &target)
 
 void AppendProbeLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
 {
-    appendToFile(path, datedEntry(clock, message) + "\r\n");
+    appendToFile(path, entryPrefix(clock) + message + "\r\n");
+}
+
+void EventLog::appendProbeLogLines(const QByteArray &path, const QList<QByteArray> &messages)
+{
+    const QByteArray prefix = entryPrefix(clock_);
+    QByteArray lines;
+    for (const QByteArray &m : messages)
+        lines += prefix + m + "\r\n";
+    appendToFile(path, lines);
 }
 
 void AppendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
 {
-    appendToFile(path, datedEntry(clock, message));
+    appendToFile(path, entryPrefix(clock) + message);
 }
 
 void AppendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,

@@ -31,6 +31,7 @@ public:
     {
         AppendProbeLog(clock_, path, message);
     }
+    void appendProbeLogLines(const QByteArray &path, const QList<QByteArray> &messages) override;
 
 private:
     const Clock &clock_;

@@ -217,20 +217,10 @@ bool AppState::saveDeviceFile(int slot, bool writeAll, bool announceNewDevice)
         if (ProbeRecord *p = device->probe(i))
             p->ChangedKeys = 0;
 
-    if (announceNewDevice) {
+    if (announceNewDevice)
         logToDevice(*device, "New device added.");
-    } else if (!writeAll && device->LoggingEnabled) {
-        for (const WrittenKey &k : written) {
-            if (k.key == "LastContactTimeVal")
-                continue;
-            const QByteArray line = k.key + " saved as \"" + k.value + '"';
-            if (k.probeIndex < 0) {
-                logToDevice(*device, line);
-            } else if (const ProbeRecord *p = device->probe(k.probeIndex); p && p->ProbeEnabled) {
-                probeLog_.appendProbeLog(p->LogFile.bytes(), line);
-            }
-        }
-    }
+    else if (!writeAll && device->LoggingEnabled)
+        logSavedKeys(*device, written);
 
     if (!status_.contains(QLatin1String("ERROR")))
         setStatus(QStringLiteral("Status: monitoring devices..."));
@@ -294,6 +284,27 @@ bool AppState::renameDevice(int slot, const QByteArray &newName)
         device->ChangedKeys = 0;
     emit deviceRenamed(slot);
     return writeDevicesSection() && saved;
+}
+
+// One "<key> saved as "<value>"" line per saved key: device keys to every
+// enabled probe's log, probe keys to their own probe's log if it is enabled.
+void AppState::logSavedKeys(const DeviceRecord &device, const std::vector<WrittenKey> &written)
+{
+    const int probes = device.probeSlots();
+    std::vector<QList<QByteArray>> lines(static_cast<std::size_t>(probes));
+    for (const WrittenKey &k : written) {
+        if (k.key == "LastContactTimeVal")
+            continue;
+        const QByteArray line = k.key + " saved as \"" + k.value + '"';
+        for (int i = 0; i < probes; ++i)
+            if (k.probeIndex < 0 || k.probeIndex == i)
+                lines[std::size_t(i)].append(line);
+    }
+    for (int i = 0; i < probes; ++i) {
+        const ProbeRecord *p = device.probe(i);
+        if (p && p->ProbeEnabled && !lines[std::size_t(i)].isEmpty())
+            probeLog_.appendProbeLogLines(p->LogFile.bytes(), lines[std::size_t(i)]);
+    }
 }
 
 void AppState::logToDevice(const DeviceRecord &device, const QByteArray &message)

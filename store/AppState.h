@@ -13,10 +13,12 @@
 
 #include <array>
 #include <memory>
+#include <vector>
 
 namespace cz {
 
 class ProbeLogSink;
+struct WrittenKey;
 
 // The kind of a message the engine has for the operator; the window shows
 // it in a message box with the matching icon, headless mode prints it.
@@ -93,6 +95,7 @@ signals:
 private:
     void checkFolder(const QByteArray &path, const char *which);
     bool saveDeviceFile(int slot, bool writeAll, bool announceNewDevice);
+    void logSavedKeys(const DeviceRecord &device, const std::vector<WrittenKey> &written);
     std::unique_ptr<DeviceRecord> readDeviceFile(const QByteArray &path, int slot);
 
     DataFolder folder_;

@@ -15,45 +15,82 @@
 namespace cz {
 namespace {
 
+bool isSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
+}
+
+// [begin, end) of `line` without the white space around it.
+void trimBounds(const QByteArray &line, qsizetype &begin, qsizetype &end)
+{
+    while (begin < end && isSpace(line[begin]))
+        ++begin;
+    while (end > begin && isSpace(line[end - 1]))
+        --end;
+}
+
+char firstNonSpace(const QByteArray &line)
+{
+    for (const char c : line)
+        if (!isSpace(c))
+            return c;
+    return 0;
+}
+
 bool isBlank(const QByteArray &line)
 {
-    return line.trimmed().isEmpty();
+    return firstNonSpace(line) == 0;
 }
 
 bool isComment(const QByteArray &line)
 {
-    const QByteArray t = line.trimmed();
-    return t.startsWith(';');
+    return firstNonSpace(line) == ';';
 }
 
 bool isHeader(const QByteArray &line, QByteArray *name)
 {
-    const QByteArray t = line.trimmed();
-    if (!t.startsWith('['))
+    if (firstNonSpace(line) != '[')
         return false;
-    const int close = t.indexOf(']');
-    *name = (close < 0 ? t.mid(1) : t.mid(1, close - 1)).trimmed();
+    qsizetype b = line.indexOf('[') + 1;
+    qsizetype e = line.indexOf(']', b);
+    if (e < 0)
+        e = line.size();
+    trimBounds(line, b, e);
+    *name = line.mid(b, e - b);
     return true;
 }
 
-// Key of a "key=value" line, empty when the line holds none.
-QByteArray keyOf(const QByteArray &line)
+// Lower-case key of a "key=value" line, empty when the line holds none.
+QByteArray lowerKeyOf(const QByteArray &line)
 {
     if (isComment(line))
         return {};
-    const int eq = line.indexOf('=');
+    const qsizetype eq = line.indexOf('=');
     if (eq < 0)
         return {};
-    return line.left(eq).trimmed();
+    qsizetype b = 0, e = eq;
+    trimBounds(line, b, e);
+    return line.mid(b, e - b).toLower();
 }
 
 QByteArray valueOf(const QByteArray &line)
 {
-    QByteArray v = line.mid(line.indexOf('=') + 1).trimmed();
+    qsizetype b = line.indexOf('=') + 1, e = line.size();
+    trimBounds(line, b, e);
     // The profile functions drop one pair of enclosing quotes.
-    if (v.size() >= 2 && (v.front() == '"' || v.front() == '\'') && v.back() == v.front())
-        v = v.mid(1, v.size() - 2);
-    return v;
+    if (e - b >= 2 && (line[b] == '"' || line[b] == '\'') && line[e - 1] == line[b]) {
+        ++b;
+        --e;
+    }
+    return line.mid(b, e - b);
+}
+
+// Names given by the program are normally trimmed already.
+QByteArray lookupName(const QByteArray &name)
+{
+    if (!name.isEmpty() && (isSpace(name.front()) || isSpace(name.back())))
+        return name.trimmed().toLower();
+    return name.toLower();
 }
 
 } // namespace
@@ -61,8 +98,9 @@ QByteArray valueOf(const QByteArray &line)
 void IniFile::Section::index()
 {
     keys.clear();
+    keys.reserve(qsizetype(lines.size()));
     for (int i = 0; i < int(lines.size()); ++i) {
-        const QByteArray k = keyOf(lines[i]).toLower();
+        const QByteArray k = lowerKeyOf(lines[i]);
         if (!k.isEmpty() && !keys.contains(k))
             keys.insert(k, i);
     }
@@ -140,7 +178,7 @@ bool IniFile::save(const QString &path, QString *error) const
 
 const IniFile::Section *IniFile::find(const QByteArray &section) const
 {
-    const auto it = sectionIndex_.constFind(section.trimmed().toLower());
+    const auto it = sectionIndex_.constFind(lookupName(section));
     return it == sectionIndex_.cend() ? nullptr : &sections_[std::size_t(*it)];
 }
 
@@ -159,7 +197,7 @@ std::optional<QByteArray> IniFile::value(const QByteArray &section, const QByteA
     const Section *s = find(section);
     if (!s)
         return std::nullopt;
-    const auto it = s->keys.constFind(key.trimmed().toLower());
+    const auto it = s->keys.constFind(lookupName(key));
     if (it == s->keys.cend())
         return std::nullopt;
     return valueOf(s->lines[std::size_t(*it)]);
@@ -191,7 +229,7 @@ IniFile::Section &IniFile::findOrAppend(const QByteArray &section)
     else if (sections_.empty() && !preamble_.empty() && !isBlank(preamble_.back()))
         preamble_.emplace_back();
     Section s;
-    s.name = section.trimmed().toLower();
+    s.name = lookupName(section);
     s.header = '[' + section.trimmed() + ']';
     sectionIndex_.insert(s.name, int(sections_.size()));
     sections_.push_back(std::move(s));
@@ -221,7 +259,8 @@ void IniFile::setValue(const QByteArray &section, const QByteArray &key, const Q
 {
     Section &s = findOrAppend(section);
     const QByteArray line = key.trimmed() + '=' + value;
-    const auto it = s.keys.constFind(key.trimmed().toLower());
+    const QByteArray lowerKey = lookupName(key);
+    const auto it = s.keys.constFind(lowerKey);
     if (it != s.keys.cend()) {
         s.lines[std::size_t(*it)] = line;
         return;
@@ -232,7 +271,7 @@ void IniFile::setValue(const QByteArray &section, const QByteArray &key, const Q
     for (auto k = s.keys.begin(); k != s.keys.end(); ++k)
         if (*k >= at)
             ++*k;
-    s.keys.insert(key.trimmed().toLower(), at);
+    s.keys.insert(lowerKey, at);
 }
 
 void IniFile::replaceSection(const QByteArray &section, const std::vector<std::pair<QByteArray, QByteArray>> &entries)

@@ -1,0 +1,132 @@
+// Loading and saving a full data folder: 256 devices of 16 probes.
+#include "AppState.h"
+#include "DeviceFile.h"
+#include "EventLog.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <chrono>
+#include <clocale>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+using namespace cz;
+
+namespace {
+
+long residentKiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmRSS:", 0) == 0)
+            return std::stol(line.substr(6));
+    return -1;
+}
+
+double msSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+void populate(AppState &s)
+{
+    s.readProgramSettings();
+    for (int d = 0; d < kMaxDevices; ++d) {
+        auto dev = std::make_unique<DeviceRecord>();
+        const QByteArray name = "Device " + QByteArray::number(d + 1);
+        dev->DeviceName = name;
+        dev->DeviceAddress = "127.0.0.1";
+        dev->DeviceModel = "Model R16";
+        dev->DevicePort = 20000 + d;
+        dev->ProbeCount = kMaxProbes;
+        dev->LoggingEnabled = 1;
+        for (int i = 0; i < kMaxProbes; ++i) {
+            auto p = std::make_unique<ProbeRecord>();
+            p->ProbeNumber = i + 1;
+            p->ProbeEnabled = 1;
+            p->ProbeName = "Probe " + QByteArray::number(i + 1);
+            p->LogFile = probeFilePath(s.folder().logs(), name, i + 1, p->ProbeName.bytes(), "log");
+            p->HighAlarmTemp = 85;
+            p->HighCautionTemp = 80;
+            p->LowCautionTemp = 50;
+            p->LowAlarmTemp = 40;
+            p->CurrentTemp = 70.5;
+            dev->Probes[std::size_t(i)] = std::move(p);
+        }
+        s.devices[std::size_t(d)] = std::move(dev);
+        s.deviceCount = d + 1;
+        s.writeDeviceFile(d, true);
+    }
+    s.writeDevicesSection();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    std::setlocale(LC_NUMERIC, "C");
+    QTemporaryDir dir;
+    const DataFolder folder{QFile::encodeName(dir.path())};
+    const SystemClock &clock = SystemClock::instance();
+    EventLog log(clock);
+    {
+        AppState writer(folder, clock, log);
+        populate(writer);
+    }
+
+    const long before = residentKiB();
+    AppState state(folder, clock, log);
+    auto t = std::chrono::steady_clock::now();
+    state.readProgramSettings();
+    const double loadMs = msSince(t);
+    const long after = residentKiB();
+
+    // Shutdown after a monitoring run: the readings and extremes changed.
+    for (int d = 0; d < state.deviceCount; ++d)
+        for (int i = 0; i < kMaxProbes; ++i) {
+            ProbeRecord &p = *state.devices[std::size_t(d)]->probe(i);
+            p.CurrentTemp = 71.5;
+            p.HighestTemp = 72.5;
+            p.HighestTempTimeVal = clock.now();
+            p.markChanged(ProbeBit::CurrentTemp | ProbeBit::HighestTemp | ProbeBit::StateOrCount);
+        }
+    t = std::chrono::steady_clock::now();
+    state.writeProgramSettings();
+    state.writeAllDeviceFiles();
+    const double saveChangedMs = msSince(t);
+
+    for (int d = 0; d < state.deviceCount; ++d) {
+        state.devices[std::size_t(d)]->ChangedKeys = kAllKeys;
+        for (int i = 0; i < kMaxProbes; ++i)
+            state.devices[std::size_t(d)]->probe(i)->ChangedKeys = kAllKeys;
+    }
+    t = std::chrono::steady_clock::now();
+    state.writeAllDeviceFiles();
+    const double saveAllMs = msSince(t);
+
+    for (int d = 0; d < state.deviceCount; ++d) {
+        state.devices[std::size_t(d)]->LoggingEnabled = 0;
+        state.devices[std::size_t(d)]->ChangedKeys = kAllKeys;
+        for (int i = 0; i < kMaxProbes; ++i)
+            state.devices[std::size_t(d)]->probe(i)->ChangedKeys = kAllKeys;
+    }
+    t = std::chrono::steady_clock::now();
+    state.writeAllDeviceFiles();
+    const double saveAllQuietMs = msSince(t);
+
+    std::printf("store benchmark: %d devices x %d probes\n", state.deviceCount, kMaxProbes);
+    std::printf("  load settings and every device file:   %8.1f ms\n", loadMs);
+    std::printf("  resident memory after loading:         %8.1f MB (%.1f MB before)\n", after / 1024.0, before / 1024.0);
+    std::printf("  save, readings and extremes changed:   %8.1f ms (event lines written for every saved key)\n",
+                saveChangedMs);
+    std::printf("  save, every key of every device:       %8.1f ms (and %d event lines)\n", saveAllMs,
+                state.deviceCount * kMaxProbes * (31 + 83));
+    std::printf("  the same with logging off:             %8.1f ms\n", saveAllQuietMs);
+    return 0;
+}
