@@ -66,6 +66,15 @@ void populate(AppState &s)
     s.writeDevicesSection();
 }
 
+void markEveryKeyChanged(AppState &state)
+{
+    for (int d = 0; d < state.deviceCount; ++d) {
+        state.devices[std::size_t(d)]->ChangedKeys = kAllKeys;
+        for (int i = 0; i < kMaxProbes; ++i)
+            state.devices[std::size_t(d)]->probe(i)->ChangedKeys = kAllKeys;
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -111,21 +120,14 @@ int main(int argc, char **argv)
     state.writeAllDeviceFiles();
     const double saveChangedMs = msSince(t);
 
-    for (int d = 0; d < state.deviceCount; ++d) {
-        state.devices[std::size_t(d)]->ChangedKeys = kAllKeys;
-        for (int i = 0; i < kMaxProbes; ++i)
-            state.devices[std::size_t(d)]->probe(i)->ChangedKeys = kAllKeys;
-    }
+    markEveryKeyChanged(state);
     t = std::chrono::steady_clock::now();
     state.writeAllDeviceFiles();
     const double saveAllMs = msSince(t);
 
-    for (int d = 0; d < state.deviceCount; ++d) {
+    markEveryKeyChanged(state);
+    for (int d = 0; d < state.deviceCount; ++d)
         state.devices[std::size_t(d)]->LoggingEnabled = 0;
-        state.devices[std::size_t(d)]->ChangedKeys = kAllKeys;
-        for (int i = 0; i < kMaxProbes; ++i)
-            state.devices[std::size_t(d)]->probe(i)->ChangedKeys = kAllKeys;
-    }
     t = std::chrono::steady_clock::now();
     state.writeAllDeviceFiles();
     const double saveAllQuietMs = msSince(t);

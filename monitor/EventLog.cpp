@@ -4,6 +4,7 @@
 #include "CFormat.h"
 #include "Clock.h"
 #include "DataFolder.h"
+#include "FileWrite.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -24,17 +25,7 @@ void appendToFile(const QByteArray &path, const QByteArray &bytes)
     const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
     if (fd < 0)
         return;
-    const char *p = bytes.constData();
-    qsizetype left = bytes.size();
-    while (left > 0) {
-        const ssize_t n = ::write(fd, p, std::size_t(left));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            break;
-        p += n;
-        left -= n;
-    }
+    writeFully(fd, bytes);
     ::close(fd);
 }
 

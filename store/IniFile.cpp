@@ -1,16 +1,12 @@
 #include "IniFile.h"
 
 #include "CFormat.h"
+#include "FileWrite.h"
 #include "FixedText.h"
 
 #include <QFile>
 #include <QFileInfo>
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace cz {
 namespace {
@@ -286,48 +282,6 @@ void IniFile::replaceSection(const QByteArray &section, const std::vector<std::p
         s.lines.push_back(k + '=' + v);
     s.lines.insert(s.lines.end(), kept.begin(), kept.end());
     s.index();
-}
-
-bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error)
-{
-    auto fail = [error](const QString &what) {
-        if (error)
-            *error = what;
-        return false;
-    };
-    const QByteArray target = QFile::encodeName(path);
-    QByteArray temp = target + ".XXXXXX";
-    const int fd = ::mkstemp(temp.data());
-    if (fd < 0)
-        return fail(QString::fromLocal8Bit(std::strerror(errno)));
-    const char *p = bytes.constData();
-    qsizetype left = bytes.size();
-    while (left > 0) {
-        const ssize_t n = ::write(fd, p, std::size_t(left));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) {
-            const int e = n < 0 ? errno : ENOSPC;
-            ::close(fd);
-            ::unlink(temp.constData());
-            return fail(QString::fromLocal8Bit(std::strerror(e)));
-        }
-        p += n;
-        left -= n;
-    }
-    ::fchmod(fd, 0644);
-    const int synced = ::fsync(fd) == 0 ? 0 : errno;
-    const int closed = ::close(fd) == 0 ? 0 : errno;
-    if (synced || closed) {
-        ::unlink(temp.constData());
-        return fail(QString::fromLocal8Bit(std::strerror(synced ? synced : closed)));
-    }
-    if (::rename(temp.constData(), target.constData()) != 0) {
-        const int e = errno;
-        ::unlink(temp.constData());
-        return fail(QString::fromLocal8Bit(std::strerror(e)));
-    }
-    return true;
 }
 
 } // namespace cz

@@ -64,8 +64,4 @@ private:
     QHash<QByteArray, int> sectionIndex_;  // lower-case name -> first section
 };
 
-// Writes `bytes` to `path` through a temporary file in the same folder,
-// flushed to disk before it replaces the old file.
-bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error);
-
 } // namespace cz
