@@ -19,14 +19,13 @@ CommandLine CommandLine::parse(const QStringList &args)
     CCommandLineInfoEx classic;
     for (int i = 0; i < args.size(); ++i) {
         const QString &a = args[i];
-        if (a == QLatin1String("--data-dir")) {
-            if (i + 1 >= args.size()) {
+        if (a == QLatin1String("--data-dir") || a.startsWith(QLatin1String("--data-dir="))) {
+            const bool separate = a.size() == 10;
+            cl.dataDir = separate ? args.value(++i) : a.mid(11);
+            if (cl.dataDir.isEmpty()) {
                 cl.error = QStringLiteral("--data-dir needs a folder");
                 return cl;
             }
-            cl.dataDir = args[++i];
-        } else if (a.startsWith(QLatin1String("--data-dir="))) {
-            cl.dataDir = a.mid(11);
         } else if (a == QLatin1String("--headless")) {
             cl.headless = true;
         } else if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
@@ -44,8 +43,6 @@ CommandLine CommandLine::parse(const QStringList &args)
     }
     cl.noSplash = classic.hasFlag(QStringLiteral("nosplash"));
     cl.minimize = classic.hasFlag(QStringLiteral("minimize"));
-    if (cl.dataDir.isEmpty() && cl.dataDir.isNull() == false)
-        cl.error = QStringLiteral("--data-dir needs a folder");
     return cl;
 }
 
