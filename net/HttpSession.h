@@ -1,0 +1,89 @@
+// The program's one HTTP session to its devices: libcurl's multi interface
+// on a worker thread, results handed back to the owner's thread through
+// queued calls, so the event loop never waits on a device.
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+namespace cz {
+
+// The proxy the session sends requests through; `address` empty means a
+// direct connection (proxy variables of the environment are ignored).
+struct ProxySettings {
+    QByteArray address;
+    QByteArray userName;
+    QByteArray password;
+    bool operator==(const ProxySettings &) const = default;
+};
+
+// One page fetched with up to three attempts.
+struct PageResult {
+    // The error text of every failed attempt, in order; three of them mean
+    // the page could not be fetched.
+    QList<QByteArray> failedAttempts;
+    // The first 2048 bytes of the body, up to the first NUL byte (the reply
+    // is text); empty when nothing came back.
+    QByteArray reply;
+    bool fetched() const { return failedAttempts.size() < kAttempts; }
+    static constexpr int kAttempts = 3;
+};
+
+class HttpSession : public QObject {
+    Q_OBJECT
+public:
+    static constexpr int kReplyCapacity = 2048;
+
+    explicit HttpSession(QObject *parent = nullptr);
+    ~HttpSession() override;
+
+    // 5000 ms each unless changed (tests shorten them). The receive
+    // time-out is the longest wait for the next byte once connected.
+    void setTimeouts(int connectMs, int receiveMs);
+    // How many requests run at the same time; more wait their turn.
+    void setMaxParallel(int count);
+
+    // The proxy stays set on the session until it is set again, as the
+    // device settings expect: a device without a proxy of its own uses the
+    // one the last proxied device set.
+    void setProxy(const ProxySettings &proxy) { proxy_ = proxy; }
+    const ProxySettings &proxy() const { return proxy_; }
+
+    using PageDone = std::function<void(const PageResult &)>;
+    // Fetches `url` through `proxy`, one attempt after another until one
+    // opens or three have failed; `done` runs on this object's thread and
+    // never from inside the call. Returns an id for cancel().
+    quint64 fetchPage(const QByteArray &url, const ProxySettings &proxy, PageDone done);
+    // Stops a fetch; its `done` is not called.
+    void cancel(quint64 id);
+
+    // The wording the error logs use for a failed attempt, ending in CR LF.
+    static QByteArray attemptErrorText(int curlCode, const QByteArray &curlMessage);
+
+private:
+    struct Attempt;
+    class Worker;
+    struct Page {
+        QByteArray url;
+        ProxySettings proxy;
+        PageDone done;
+        PageResult result;
+    };
+    void startAttempt(quint64 id);
+    void attemptFinished(quint64 id, bool opened, const QByteArray &body, const QByteArray &error);
+
+    std::unique_ptr<Worker> worker_;
+    ProxySettings proxy_;
+    QHash<quint64, Page> pages_;
+    quint64 nextId_ = 1;
+};
+
+// The reply text of a body: at most 2048 bytes, cut at the first NUL.
+QByteArray replyText(const QByteArray &body);
+
+} // namespace cz
