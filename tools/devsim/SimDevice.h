@@ -1,0 +1,79 @@
+// A simulated device: its model, probes and how their values move, and the
+// pages it serves.
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QList>
+
+namespace devsim {
+
+// How a probe's value moves with the simulator's time t (seconds).
+struct Scenario {
+    enum class Kind { Constant, Drift, Sine, Step, Toggle };
+    Kind kind = Kind::Constant;
+    double value = 70;     // the constant, the start, the middle, or the value before the step
+    double rate = 0;       // drift per minute
+    double amplitude = 0;  // sine
+    double period = 60;    // sine and toggle, seconds
+    double at = 0;         // step time, seconds
+    double after = 0;      // value from the step on
+
+    double valueAt(double t) const;
+    static Scenario fromJson(const QJsonObject &json);
+    QJsonObject toJson() const;
+};
+
+enum class ProbeKind { Temperature, Humidity, Wetness, Switch };
+
+struct SimProbe {
+    QByteArray name;
+    ProbeKind kind = ProbeKind::Temperature;
+    Scenario scenario;
+};
+
+// What a device does wrong, switchable while it runs.
+enum class Fault {
+    None,
+    Refuse,    // the port is closed: connections are refused
+    Hang,      // accepted, never answered
+    Slow,      // answered after `faultMs`
+    Truncate,  // the headers promise more body than is sent
+    Long,      // the page padded past 2048 bytes
+    Http500,   // "500 Internal Server Error" with a body
+    Garbage,   // binary bytes, NUL included, no status line
+    Reset,     // headers and half the body, then a connection reset
+    Bare,      // the body alone, no status line and no headers
+};
+const char *faultName(Fault fault);
+bool faultFromName(const QByteArray &name, Fault &fault);
+
+struct SimDevice {
+    quint16 port = 0;  // 0: any free port
+    QByteArray model = "Model R4";
+    QByteArray name = "Device";
+    QByteArray serial = "SN0001";
+    QByteArray firmware = "2.1";
+    char units = 'F';  // F, C, K or R: the scale the device reports in
+    QList<QByteArray> groupNames{"Group A", "Group B", "Group C", "Group D"};
+    QList<SimProbe> probes;
+    Fault fault = Fault::None;
+    int faultMs = 2000;
+    // The next this many requests are closed at once without a reply,
+    // whatever the fault (failed attempts the device itself can count).
+    int dropNext = 0;
+
+    bool multiSensor() const;
+    bool pModel() const;
+    // The body of `path` at time t, or an empty array for an unknown page.
+    QByteArray page(const QByteArray &path, double t) const;
+    QByteArray valueText(const SimProbe &probe, double t) const;
+
+    static SimDevice fromJson(const QJsonObject &json);
+    QJsonObject toJson() const;
+    // A device of `model` with `probeCount` probes of the kinds the model
+    // has, named "Probe 1"..., at a steady value.
+    static SimDevice generated(const QByteArray &model, int probeCount, int number);
+};
+
+} // namespace devsim
