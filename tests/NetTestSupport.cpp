@@ -1,0 +1,92 @@
+#include "NetTestSupport.h"
+
+#include "CFormat.h"
+#include "Records.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
+
+namespace cz::test {
+
+bool waitUntil(const std::function<bool()> &done, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(1);
+    }
+    return true;
+}
+
+QList<QByteArray> RecordingEvaluation::textsFor(int slot) const
+{
+    QList<QByteArray> out;
+    for (const EvaluatedValue &v : values)
+        if (v.slot == slot)
+            out.append(v.text);
+    return out;
+}
+
+DeviceRecord &addDevice(AppState &app, const QByteArray &name, const QByteArray &model, int port,
+                        std::initializer_list<ProbeType> types)
+{
+    const int slot = app.deviceCount++;
+    auto device = std::make_unique<DeviceRecord>();
+    device->DeviceName = name;
+    device->DeviceModel = model;
+    device->DeviceAddress = "127.0.0.1";
+    device->DevicePort = port;
+    device->ProbeCount = int(types.size());
+    device->LoggingEnabled = 1;
+    device->LogQueryFailures = 1;
+    device->QueryDue = 1;
+    int i = 0;
+    for (ProbeType type : types) {
+        auto probe = std::make_unique<ProbeRecord>();
+        probe->ProbeType = type;
+        probe->ProbeNumber = i + 1;
+        probe->ProbeEnabled = 1;
+        probe->ProbeName = "P" + QByteArray::number(i + 1);
+        probe->LogFile = probeFilePath(app.folder().root + "/Logs", name, i + 1, probe->ProbeName.bytes(), "log");
+        device->Probes[std::size_t(i++)] = std::move(probe);
+    }
+    resetRunState(*device, slot, app.folder().root);
+    device->QueryDue = 1;
+    app.devices[std::size_t(slot)] = std::move(device);
+    return *app.devices[std::size_t(slot)];
+}
+
+devsim::SimDevice simDevice(const QByteArray &model, std::initializer_list<double> values, const QByteArray &name)
+{
+    devsim::SimDevice d;
+    d.model = model;
+    d.name = name;
+    int i = 0;
+    for (double v : values) {
+        devsim::SimProbe p;
+        p.name = "Probe " + QByteArray::number(++i);
+        p.scenario.value = v;
+        d.probes.append(p);
+    }
+    return d;
+}
+
+NetFixture::NetFixture()
+{
+    state().readProgramSettings();
+    state().currentDateText = dateText(clock.now());
+    session.setTimeouts(1000, 400);
+    QObject::connect(&state(), &AppState::statusChanged, [this](const QString &s) { statuses.append(s); });
+}
+
+DeviceRecord &NetFixture::addSimulated(const devsim::SimDevice &simulated, std::initializer_list<ProbeType> types)
+{
+    const int index = sim.addDevice(simulated);
+    return addDevice(state(), simulated.name, simulated.model, sim.port(index), types);
+}
+
+} // namespace cz::test
