@@ -1,0 +1,59 @@
+// libFuzzer target: any bytes as a device's readings reply. The first two
+// bytes choose the model, the probe count and types and the scales.
+#include "AppState.h"
+#include "CFormat.h"
+#include "EventLog.h"
+#include "HttpSession.h"
+#include "ReplyParser.h"
+
+#include <QTemporaryDir>
+
+#include <cstddef>
+#include <cstdint>
+
+using namespace cz;
+
+namespace {
+
+struct Setup {
+    Setup() : log(SystemClock::instance()), state(DataFolder{QFile::encodeName(dir.path())}, SystemClock::instance(), log)
+    {
+        state.readProgramSettings();
+        state.currentDateText = dateText(SystemClock::instance().now());
+        auto device = std::make_unique<DeviceRecord>();
+        device->DeviceName = "Fuzz";
+        device->ProbeCount = kMaxProbes;
+        for (int i = 0; i < kMaxProbes; ++i)
+            device->Probes[std::size_t(i)] = std::make_unique<ProbeRecord>();
+        resetRunState(*device, 0, state.folder().root);
+        state.devices[0] = std::move(device);
+        state.deviceCount = 1;
+    }
+    QTemporaryDir dir;
+    EventLog log;
+    AppState state;
+};
+
+constexpr const char *kModels[] = {"Model R4", "Model R16", "model rm1", "Model P4", "Model P16", "Unknown"};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static Setup setup;
+    if (size < 2)
+        return 0;
+    DeviceRecord &device = *setup.state.devices[0];
+    device.DeviceModel = kModels[data[0] % 6];
+    device.ProbeCount = (data[0] >> 3) % (kMaxProbes + 2) - 1; // -1 .. 16
+    device.DisplayUnits = DisplayUnits(data[1] & 3);
+    for (int i = 0; i < kMaxProbes; ++i) {
+        ProbeRecord &probe = *device.Probes[std::size_t(i)];
+        probe.ProbeType = ProbeType((data[1] >> 2) + i & 3);
+        probe.DisplayUnits = DisplayUnits((data[1] >> 4) + i & 7); // codes out of range too
+    }
+    const QByteArray body(reinterpret_cast<const char *>(data + 2), qsizetype(size - 2));
+    ParseDeviceReply(setup.state, 0, replyText(body), 1, nullptr);
+    ConvertTemperatureText(DisplayUnits(data[1] & 7), DisplayUnits(data[0] & 7), replyText(body));
+    return 0;
+}
