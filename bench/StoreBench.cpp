@@ -38,26 +38,15 @@ void populate(AppState &s)
 {
     s.readProgramSettings();
     for (int d = 0; d < kMaxDevices; ++d) {
-        auto dev = std::make_unique<DeviceRecord>();
-        const QByteArray name = "Device " + QByteArray::number(d + 1);
-        dev->DeviceName = name;
-        dev->DeviceAddress = "127.0.0.1";
-        dev->DeviceModel = "Model R16";
-        dev->DevicePort = 20000 + d;
-        dev->ProbeCount = kMaxProbes;
-        dev->LoggingEnabled = 1;
+        auto dev = newDeviceRecord(s.folder().root, "Device " + QByteArray::number(d + 1), "Model R16", 20000 + d,
+                                   kMaxProbes);
         for (int i = 0; i < kMaxProbes; ++i) {
-            auto p = std::make_unique<ProbeRecord>();
-            p->ProbeNumber = i + 1;
-            p->ProbeEnabled = 1;
-            p->ProbeName = "Probe " + QByteArray::number(i + 1);
-            p->LogFile = probeFilePath(s.folder().logs(), name, i + 1, p->ProbeName.bytes(), "log");
+            ProbeRecord *p = dev->probe(i);
             p->HighAlarmTemp = 85;
             p->HighCautionTemp = 80;
             p->LowCautionTemp = 50;
             p->LowAlarmTemp = 40;
             p->CurrentTemp = 70.5;
-            dev->Probes[std::size_t(i)] = std::move(p);
         }
         s.devices[std::size_t(d)] = std::move(dev);
         s.deviceCount = d + 1;

@@ -36,21 +36,8 @@ void addDevices(AppState &s, const QList<int> &ports)
     s.readProgramSettings();
     s.currentDateText = dateText(s.clock().now());
     for (int d = 0; d < ports.size(); ++d) {
-        auto dev = std::make_unique<DeviceRecord>();
-        const QByteArray name = "Sim " + QByteArray::number(d + 1);
-        dev->DeviceName = name;
-        dev->DeviceAddress = "127.0.0.1";
-        dev->DeviceModel = "Model R16";
-        dev->DevicePort = ports[d];
-        dev->ProbeCount = kMaxProbes;
-        dev->LoggingEnabled = 1;
-        for (int i = 0; i < kMaxProbes; ++i) {
-            auto p = std::make_unique<ProbeRecord>();
-            p->ProbeNumber = i + 1;
-            p->ProbeEnabled = 1;
-            p->ProbeName = "Probe " + QByteArray::number(i + 1);
-            dev->Probes[std::size_t(i)] = std::move(p);
-        }
+        auto dev = newDeviceRecord(s.folder().root, "Sim " + QByteArray::number(d + 1), "Model R16", ports[d],
+                                   kMaxProbes);
         resetRunState(*dev, d, s.folder().root);
         s.devices[std::size_t(d)] = std::move(dev);
     }

@@ -91,6 +91,28 @@ QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName,
     return folder + '/' + deviceName + "-Probe" + number + "-(" + safeName + ")." + extension;
 }
 
+std::unique_ptr<DeviceRecord> newDeviceRecord(const QByteArray &dataFolder, const QByteArray &name,
+                                              const QByteArray &model, int port, int probeCount)
+{
+    auto device = std::make_unique<DeviceRecord>();
+    device->DeviceName = name;
+    device->DeviceAddress = "127.0.0.1";
+    device->DeviceModel = model;
+    device->DevicePort = port;
+    device->ProbeCount = probeCount;
+    device->LoggingEnabled = 1;
+    for (int i = 0; i < probeCount && i < kMaxProbes; ++i) {
+        auto p = std::make_unique<ProbeRecord>();
+        p->ProbeNumber = i + 1;
+        p->ProbeEnabled = 1;
+        p->ProbeName = "Probe " + QByteArray::number(i + 1);
+        p->LogFile = probeFilePath(dataFolder + "/Logs", name, i + 1, p->ProbeName.bytes(), "log");
+        p->DataLogFile = probeFilePath(dataFolder + "/Data", name, i + 1, p->ProbeName.bytes(), "csv");
+        device->Probes[std::size_t(i)] = std::move(p);
+    }
+    return device;
+}
+
 void resetRunState(DeviceRecord &device, int slot, const QByteArray &dataFolder)
 {
     device.QueryFailureCount = 0;

@@ -197,6 +197,12 @@ int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from);
 QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName, int probeNumber,
                          const QByteArray &probeName, const char *extension);
 
+// A device at 127.0.0.1 with `probeCount` enabled temperature probes named
+// "Probe 1"..., logging on, its probe files in the data folder's "Logs" and
+// "Data".
+std::unique_ptr<DeviceRecord> newDeviceRecord(const QByteArray &dataFolder, const QByteArray &name,
+                                              const QByteArray &model, int port, int probeCount);
+
 // After a device has been read: monitoring starts with no readings, every
 // probe Normal and no alert pending, whatever the file said.
 void resetRunState(DeviceRecord &device, int slot, const QByteArray &dataFolder);

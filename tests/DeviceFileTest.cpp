@@ -16,24 +16,13 @@ namespace {
 int addDevice(AppState &s, const QByteArray &name, int probes)
 {
     QDir().mkpath(QFile::decodeName(s.folder().devices()));
-    auto d = std::make_unique<DeviceRecord>();
-    d->DeviceName = name;
-    d->DeviceAddress = "127.0.0.1";
-    d->DeviceModel = "Model R4";
-    d->ProbeCount = probes;
-    d->LoggingEnabled = 1;
+    auto d = newDeviceRecord(s.folder().root, name, "Model R4", 80, probes);
     for (int i = 0; i < probes; ++i) {
-        auto p = std::make_unique<ProbeRecord>();
-        p->ProbeNumber = i + 1;
-        p->ProbeEnabled = 1;
-        p->ProbeName = "Probe " + QByteArray::number(i + 1);
-        p->LogFile = probeFilePath(s.folder().logs(), name, i + 1, p->ProbeName.bytes(), "log");
-        p->DataLogFile = probeFilePath(s.folder().data(), name, i + 1, p->ProbeName.bytes(), "csv");
+        ProbeRecord *p = d->probe(i);
         p->HighAlarmTemp = 90;
         p->LowAlarmTemp = 40;
         p->ChartDataColor = defaultChartColor(i);
         p->ChartDataSymbol = defaultChartSymbol(i);
-        d->Probes[std::size_t(i)] = std::move(p);
     }
     const int slot = s.deviceCount++;
     s.devices[std::size_t(slot)] = std::move(d);

@@ -35,24 +35,14 @@ DeviceRecord &addDevice(AppState &app, const QByteArray &name, const QByteArray 
                         std::initializer_list<ProbeType> types)
 {
     const int slot = app.deviceCount++;
-    auto device = std::make_unique<DeviceRecord>();
-    device->DeviceName = name;
-    device->DeviceModel = model;
-    device->DeviceAddress = "127.0.0.1";
-    device->DevicePort = port;
-    device->ProbeCount = int(types.size());
-    device->LoggingEnabled = 1;
+    auto device = newDeviceRecord(app.folder().root, name, model, port, int(types.size()));
     device->LogQueryFailures = 1;
-    device->QueryDue = 1;
     int i = 0;
     for (ProbeType type : types) {
-        auto probe = std::make_unique<ProbeRecord>();
+        ProbeRecord *probe = device->probe(i++);
         probe->ProbeType = type;
-        probe->ProbeNumber = i + 1;
-        probe->ProbeEnabled = 1;
-        probe->ProbeName = "P" + QByteArray::number(i + 1);
-        probe->LogFile = probeFilePath(app.folder().root + "/Logs", name, i + 1, probe->ProbeName.bytes(), "log");
-        device->Probes[std::size_t(i++)] = std::move(probe);
+        probe->ProbeName = "P" + QByteArray::number(i);
+        probe->LogFile = probeFilePath(app.folder().logs(), name, i, probe->ProbeName.bytes(), "log");
     }
     resetRunState(*device, slot, app.folder().root);
     device->QueryDue = 1;
