@@ -1,0 +1,307 @@
+#include "AlarmEvaluation.h"
+
+#include "AlertActions.h"
+#include "AppState.h"
+#include "CFormat.h"
+#include "DeviceFile.h"
+#include "ProbeLog.h"
+
+#include <algorithm>
+
+namespace cz {
+
+namespace {
+
+constexpr int kCountCap = 10;
+
+const char *bandName(AlarmState band)
+{
+    switch (band) {
+    case AlarmState::HighAlarm: return "High Alarm";
+    case AlarmState::HighCaution: return "High Caution";
+    case AlarmState::LowCaution: return "Low Caution";
+    default: return "Low Alarm";
+    }
+}
+
+bool isAlarmKind(AlarmState band)
+{
+    return band == AlarmState::HighAlarm || band == AlarmState::LowAlarm;
+}
+
+std::int32_t &sentFlag(ProbeRecord &p, AlarmState band)
+{
+    switch (band) {
+    case AlarmState::HighAlarm: return p.HighAlarmSent;
+    case AlarmState::HighCaution: return p.HighCautionSent;
+    case AlarmState::LowCaution: return p.LowCautionSent;
+    default: return p.LowAlarmSent;
+    }
+}
+
+void clearSentFlags(ProbeRecord &p)
+{
+    p.HighAlarmSent = p.HighCautionSent = p.LowCautionSent = p.LowAlarmSent = 0;
+}
+
+void countUp(ProbeRecord &p)
+{
+    p.ConsecutiveAlarmCount = std::min(p.ConsecutiveAlarmCount + 1, kCountCap);
+}
+
+// Extremes: the tests are not strict, so a steady reading renews the times.
+template <class V>
+void updateExtremes(ProbeRecord &p, V v, std::int64_t now, V &lowest, std::int64_t &lowestTime, std::uint64_t lowBit,
+                    V &highest, std::int64_t &highestTime, std::uint64_t highBit)
+{
+    if (lowest >= v || lowestTime < 1) {
+        lowest = v;
+        lowestTime = now;
+        p.markChanged(lowBit);
+    }
+    if (v >= highest || highestTime < 1) {
+        highest = v;
+        highestTime = now;
+        p.markChanged(highBit);
+    }
+}
+
+// Temperature bands: tested in order; thresholds out of order can leave a
+// value in no band at all (returns false).
+bool temperatureBand(const ProbeRecord &p, double v, AlarmState &band, double &threshold)
+{
+    if (v >= p.HighAlarmTemp) {
+        band = AlarmState::HighAlarm, threshold = p.HighAlarmTemp;
+    } else if (p.HighAlarmTemp > v && v >= p.HighCautionTemp) {
+        band = AlarmState::HighCaution, threshold = p.HighCautionTemp;
+    } else if (p.HighCautionTemp > v && v > p.LowCautionTemp) {
+        band = AlarmState::Normal, threshold = 0;
+    } else if (p.LowCautionTemp >= v && v > p.LowAlarmTemp) {
+        band = AlarmState::LowCaution, threshold = p.LowCautionTemp;
+    } else if (p.LowAlarmTemp >= v) {
+        band = AlarmState::LowAlarm, threshold = p.LowAlarmTemp;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// Humidity and wetness bands: nested, no gaps.
+AlarmState wholeNumberBand(std::int32_t v, std::int32_t ha, std::int32_t hc, std::int32_t lc, std::int32_t la,
+                           std::int32_t &threshold)
+{
+    if (v >= ha)
+        return threshold = ha, AlarmState::HighAlarm;
+    if (v >= hc)
+        return threshold = hc, AlarmState::HighCaution;
+    if (v > lc)
+        return threshold = 0, AlarmState::Normal;
+    if (v > la)
+        return threshold = lc, AlarmState::LowCaution;
+    return threshold = la, AlarmState::LowAlarm;
+}
+
+} // namespace
+
+struct AlarmEvaluation::Reading {
+    AppState &app;
+    DeviceRecord &device;
+    ProbeRecord &probe;
+    int slot;
+    int probeIndex;
+    const QByteArray &text;
+    std::int64_t now;
+    int notFirstQuery;
+    bool suspended;
+};
+
+void AlarmEvaluation::evaluateProbeValue(AppState &app, int slot, int probeIndex, const QByteArray &valueText,
+                                         std::int64_t now, int notFirstQuery)
+{
+    DeviceRecord *device = app.device(slot);
+    ProbeRecord *probe = device ? device->probe(probeIndex) : nullptr;
+    if (!probe)
+        return;
+    const Reading r{app, *device, *probe, slot, probeIndex, valueText, now, notFirstQuery,
+                    app.ConfigurationInProgress != 0};
+    if (probe->ProbeType == ProbeType::Switch)
+        evaluateSwitch(r);
+    else
+        evaluateAnalog(r);
+}
+
+void AlarmEvaluation::evaluateAnalog(const Reading &r)
+{
+    ProbeRecord &p = r.probe;
+    AlarmState band;
+    if (p.ProbeType == ProbeType::Temperature) {
+        const double v = parseDouble(r.text);
+        p.CurrentTemp = v;
+        p.markChanged(ProbeBit::CurrentTemp);
+        updateExtremes(p, v, r.now, p.LowestTemp, p.LowestTempTimeVal, ProbeBit::LowestTemp, p.HighestTemp,
+                       p.HighestTempTimeVal, ProbeBit::HighestTemp);
+        double threshold = 0;
+        if (!temperatureBand(p, v, band, threshold))
+            return;
+        const QByteArray value = formatFixed(v, 2);
+        if (band == AlarmState::Normal) {
+            normal(r, "Probe reported an alarm clear condition (value " + value + ")");
+            return;
+        }
+        alarmOrCaution(r, int(band), threshold,
+                       QByteArray("Probe reported a ") + bandName(band) + " condition (value " + value +
+                           ", threshold " + formatFixed(threshold, 2) + ")");
+        return;
+    }
+
+    const std::int32_t v = parseInt32(r.text);
+    std::int32_t threshold = 0;
+    if (p.ProbeType == ProbeType::Humidity) {
+        p.CurrentHumidity = v;
+        p.markChanged(ProbeBit::CurrentHumidity);
+        updateExtremes(p, v, r.now, p.LowestHumidity, p.LowestHumidityTimeVal, ProbeBit::LowestHumidity,
+                       p.HighestHumidity, p.HighestHumidityTimeVal, ProbeBit::HighestHumidity);
+        band = wholeNumberBand(v, p.HighAlarmHumidity, p.HighCautionHumidity, p.LowCautionHumidity,
+                               p.LowAlarmHumidity, threshold);
+    } else if (p.ProbeType == ProbeType::Wetness) {
+        p.CurrentWetness = v;
+        p.markChanged(ProbeBit::WetnessOrSwitch);
+        updateExtremes(p, v, r.now, p.LowestWetness, p.LowestWetnessTimeVal, ProbeBit::LowestWetness,
+                       p.HighestWetness, p.HighestWetnessTimeVal, ProbeBit::HighestWetness);
+        band = wholeNumberBand(v, p.HighAlarmWetness, p.HighCautionWetness, p.LowCautionWetness,
+                               p.LowAlarmWetness, threshold);
+    } else {
+        return; // a type this program does not know
+    }
+    const QByteArray value = QByteArray::number(v);
+    if (band == AlarmState::Normal) {
+        normal(r, "Probe reported an alarm clear condition (value " + value + ")");
+        return;
+    }
+    alarmOrCaution(r, int(band), threshold,
+                   QByteArray("Probe reported a ") + bandName(band) + " condition (value " + value + ", threshold " +
+                       QByteArray::number(threshold) + ")");
+}
+
+void AlarmEvaluation::alarmOrCaution(const Reading &r, int bandCode, double threshold, const QByteArray &message)
+{
+    ProbeRecord &p = r.probe;
+    const AlarmState band = AlarmState(bandCode);
+    if (!p.ProbeEnabled || r.suspended) {
+        // Only a temperature in High Caution still shows its state.
+        if (p.ProbeType == ProbeType::Temperature && band == AlarmState::HighCaution &&
+            p.AlarmState != AlarmState::HighCaution) {
+            p.AlarmState = AlarmState::HighCaution;
+            p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared);
+        }
+        return;
+    }
+    p.LastAlarmSetTimeVal = r.now;
+    p.AlarmState = band;
+    p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmSetTimeVal);
+    countUp(p);
+
+    std::int32_t &sent = sentFlag(p, band);
+    if (r.notFirstQuery && p.ConsecutiveAlarmCount >= p.ConsecutiveAlarmThreshold && !sent) {
+        sent = 1;
+        const bool alarm = isAlarmKind(band);
+        if (alarm ? p.AlarmSound : p.CautionSound)
+            actions_.playSound(r.app, (alarm ? p.AlarmSoundFile : p.CautionSoundFile).bytes());
+        if (alarm ? p.SendAlarmEmail : p.SendCautionEmail)
+            actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, threshold);
+        if (alarm ? p.TriggerDialerAlarm : p.TriggerDialerCaution)
+            actions_.triggerVoiceDialer(r.app, r.slot, 0);
+        if (alarm ? p.RunProgramAlarm : p.RunProgramCaution)
+            actions_.runAlertProgram(r.app, r.slot, r.probeIndex, (alarm ? p.ProgramAlarm : p.ProgramCaution).bytes());
+    }
+    logEvent(r, message);
+}
+
+void AlarmEvaluation::normal(const Reading &r, const QByteArray &message)
+{
+    ProbeRecord &p = r.probe;
+    clearSentFlags(p);
+    if (p.AlarmState == AlarmState::Normal)
+        return;
+    p.AlarmState = AlarmState::Normal;
+    p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared);
+    if (!p.ProbeEnabled)
+        return;
+    p.LastAlarmClearedTimeVal = r.now;
+    p.ConsecutiveAlarmCount = 0;
+    p.markChanged(ProbeBit::LastAlarmClearedTimeVal);
+    // Clears are gated neither by the first cycle, nor by the count, nor by
+    // a suspended cycle.
+    if (p.SendClearEmail)
+        actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, kNoThreshold);
+    if (p.TriggerDialerClear)
+        actions_.triggerVoiceDialer(r.app, r.slot, 0);
+    if (p.RunProgramClear)
+        actions_.runAlertProgram(r.app, r.slot, r.probeIndex, p.ProgramClear.bytes());
+    logEvent(r, message);
+}
+
+void AlarmEvaluation::evaluateSwitch(const Reading &r)
+{
+    ProbeRecord &p = r.probe;
+    const std::int32_t previous = p.SwitchState;
+    const std::int32_t state = parseInt32(r.text) < 0 ? kSwitchOpen : kSwitchClosed;
+    const bool changed = state != previous && previous != kSwitchUnknown;
+    if (changed) {
+        p.markChanged(ProbeBit::WetnessOrSwitch);
+        std::int64_t &firstTime = state == kSwitchOpen ? p.SwitchOpenTimeVal : p.SwitchCloseTimeVal;
+        if (firstTime == 0)
+            firstTime = r.now;
+    }
+    p.SwitchState = state;
+    if (previous == kSwitchUnknown)
+        return;
+
+    const bool onOpen = p.SwitchAlarmCondition == SwitchAlarmCondition::OnOpen;
+    const bool inAlarm = state == kSwitchOpen ? onOpen : !onOpen;
+    if (inAlarm) {
+        p.AlarmState = AlarmState::HighAlarm;
+        countUp(p);
+        p.LastAlarmSetTimeVal = r.now;
+        p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmSetTimeVal);
+        if (!r.notFirstQuery || !p.ProbeEnabled || r.suspended)
+            return;
+        if (p.ConsecutiveAlarmCount >= p.ConsecutiveAlarmThreshold && !p.HighAlarmSent) {
+            p.HighAlarmSent = 1;
+            if (p.AlarmSound)
+                actions_.playSound(r.app, p.AlarmSoundFile.bytes());
+            if (p.SendAlarmEmail)
+                actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, 0);
+            if (p.TriggerDialerAlarm)
+                actions_.triggerVoiceDialer(r.app, r.slot, 0);
+            if (p.RunProgramAlarm)
+                actions_.runAlertProgram(r.app, r.slot, r.probeIndex, p.ProgramAlarm.bytes());
+        }
+        logEvent(r, "Probe reported a switch alarm condition");
+        return;
+    }
+    p.AlarmState = AlarmState::Normal;
+    p.ConsecutiveAlarmCount = 0;
+    p.LastAlarmClearedTimeVal = r.now;
+    clearSentFlags(p);
+    p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmClearedTimeVal);
+    if (!r.notFirstQuery || !changed || !p.ProbeEnabled || r.suspended)
+        return;
+    if (p.SendClearEmail)
+        actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, kNoThreshold);
+    if (p.TriggerDialerClear)
+        actions_.triggerVoiceDialer(r.app, r.slot, 0);
+    if (p.RunProgramClear)
+        actions_.runAlertProgram(r.app, r.slot, r.probeIndex, p.ProgramClear.bytes());
+    logEvent(r, "Probe reported a switch alarm clear condition");
+}
+
+void AlarmEvaluation::logEvent(const Reading &r, const QByteArray &message)
+{
+    if (r.device.LoggingEnabled)
+        r.app.probeLog().appendProbeLog(r.probe.LogFile.bytes(), message);
+    if (onEvent)
+        onEvent(r.slot, r.probeIndex, message);
+}
+
+} // namespace cz

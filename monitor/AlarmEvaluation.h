@@ -1,0 +1,37 @@
+// Turns each probe reading into the probe's current value, its extremes,
+// its alarm state and consecutive count, alert actions and event-log lines.
+#pragma once
+
+#include "ProbeEvaluation.h"
+
+#include <functional>
+
+namespace cz {
+
+class AlertActions;
+struct DeviceRecord;
+struct ProbeRecord;
+
+class AlarmEvaluation final : public ProbeEvaluation {
+public:
+    explicit AlarmEvaluation(AlertActions &actions) : actions_(actions) {}
+
+    void evaluateProbeValue(AppState &app, int slot, int probeIndex, const QByteArray &valueText, std::int64_t now,
+                            int notFirstQuery) override;
+
+    // Every event-log message as it is written (also when the device does
+    // not log), for the headless program's output.
+    std::function<void(int slot, int probeIndex, const QByteArray &message)> onEvent;
+
+private:
+    struct Reading;
+    void evaluateAnalog(const Reading &r);
+    void evaluateSwitch(const Reading &r);
+    void alarmOrCaution(const Reading &r, int band, double threshold, const QByteArray &message);
+    void normal(const Reading &r, const QByteArray &message);
+    void logEvent(const Reading &r, const QByteArray &message);
+
+    AlertActions &actions_;
+};
+
+} // namespace cz
