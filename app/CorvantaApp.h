@@ -2,9 +2,14 @@
 // builds the engine's state, starts it up and shuts it down.
 #pragma once
 
+#include "AlarmEvaluation.h"
+#include "AlertActions.h"
 #include "AppState.h"
 #include "CommandLine.h"
+#include "DeviceQueryClient.h"
 #include "EventLog.h"
+#include "HttpSession.h"
+#include "QueryCycle.h"
 
 #include <QLockFile>
 #include <QObject>
@@ -25,10 +30,16 @@ public:
     bool takeInstanceLock(QString *error);
     // Reads the settings and every device and logs the start.
     void startUp();
-    // Saves the settings and every device file and logs the shutdown.
+    // Starts polling: the query timer and one tick at once.
+    void startMonitoring();
+    // Stops polling, saves the settings and every device file and logs the
+    // shutdown.
     void shutDown();
 
     AppState &state() { return state_; }
+    AlarmEvaluation &evaluation() { return evaluation_; }
+    QueryCycle &queryCycle() { return cycle_; }
+    DeviceQueryClient &queryClient() { return queryClient_; }
     const CommandLine &commandLine() const { return commandLine_; }
 
 private:
@@ -37,6 +48,11 @@ private:
     EventLog eventLog_;
     AppState state_;
     std::unique_ptr<QLockFile> lock_;
+    HttpSession session_;
+    std::unique_ptr<AlertActions> alertActions_;
+    AlarmEvaluation evaluation_;
+    DeviceQueryClient queryClient_;
+    QueryCycle cycle_;
 };
 
 } // namespace cz

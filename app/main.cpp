@@ -1,3 +1,4 @@
+#include "CFormat.h"
 #include "CommandLine.h"
 #include "CorvantaApp.h"
 #include "TerminationSignals.h"
@@ -86,9 +87,19 @@ int main(int argc, char *argv[])
 
     app.startUp();
     printLoaded(state);
-    std::puts("Device polling is not part of this build yet: nothing is being monitored.\n"
-              "Press Ctrl+C (or send SIGTERM) to save the settings and device files and exit.");
+    std::puts("Press Ctrl+C (or send SIGTERM) to save the settings and device files and exit.");
     std::fflush(stdout);
+    // Every alarm event as the probe's event log gets it.
+    app.evaluation().onEvent = [&state](int slot, int probeIndex, const QByteArray &message) {
+        const cz::DeviceRecord *d = state.device(slot);
+        const cz::ProbeRecord *p = d ? d->probe(probeIndex) : nullptr;
+        if (!p)
+            return;
+        std::printf("%s %s probe %02d (%s): %s\n", cz::clockText(state.clock().now()).constData(),
+                    d->DeviceName.bytes().constData(), probeIndex + 1, p->ProbeName.bytes().constData(),
+                    message.constData());
+        std::fflush(stdout);
+    };
 
     QObject::connect(&state, &cz::AppState::statusChanged, [last = QString()](const QString &status) mutable {
         if (status == last)
@@ -98,5 +109,6 @@ int main(int argc, char *argv[])
         std::fflush(stdout);
     });
 
+    app.startMonitoring();
     return QCoreApplication::exec();
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "HttpSession.h"
+#include "QueryCycle.h"
 
 #include <QObject>
 
@@ -19,7 +20,7 @@ struct DeviceRecord;
 // logs query failures) and the "attempt #n" status.
 void reportFailedAttempt(AppState &app, bool logQueryFailures, int attempt, const QByteArray &errorText);
 
-class DeviceQueryClient : public QObject {
+class DeviceQueryClient : public QObject, public DeviceWalk {
     Q_OBJECT
 public:
     DeviceQueryClient(AppState &app, HttpSession &session, QObject *parent = nullptr);
@@ -35,7 +36,8 @@ public:
     // even where their replies had already come in). Returns false, and
     // starts nothing, while a walk is running.
     bool QueryDevices(int notFirstQuery);
-    bool walkRunning() const { return running_; }
+    bool walkRunning() const override { return running_; }
+    bool startWalk(int notFirstQuery) override { return QueryDevices(notFirstQuery); }
     // Stops a running walk where it is: nothing more is applied, the walk
     // ends with 0.
     void abandonWalk();

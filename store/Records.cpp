@@ -116,7 +116,7 @@ std::unique_ptr<DeviceRecord> newDeviceRecord(const QByteArray &dataFolder, cons
 void resetRunState(DeviceRecord &device, int slot, const QByteArray &dataFolder)
 {
     device.QueryFailureCount = 0;
-    device.QueryBookkeeping = 0;
+    device.NextSampleTime = 0;
     device.LastContactTimeVal = 0;
     device.QueryDue = 0;
     device.Times.clear();

@@ -148,7 +148,7 @@ struct DeviceFields : ChangeMasks {
     std::int32_t PlotLineWidth = 1;
     std::int32_t SMTPServerPort = 25;
     std::int32_t QueryInterval = 30;
-    std::int64_t QueryBookkeeping = 0;
+    double NextSampleTime = 0;  // time of the next history sample, seconds since 1970
     std::int32_t EnableDialer = 0;
     std::int32_t SendQueryFailMessage = 0;
     std::int32_t QueryDue = 0;
