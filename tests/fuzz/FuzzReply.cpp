@@ -1,5 +1,7 @@
 // libFuzzer target: any bytes as a device's readings reply. The first two
 // bytes choose the model, the probe count and types and the scales.
+#include "AlarmEvaluation.h"
+#include "AlertActions.h"
 #include "AppState.h"
 #include "CFormat.h"
 #include "EventLog.h"
@@ -15,8 +17,15 @@ using namespace cz;
 
 namespace {
 
+struct NoActions final : AlertActions {
+    void playSound(AppState &, const QByteArray &) override {}
+    void sendAlarmEmail(AppState &, int, int, double) override {}
+    void triggerVoiceDialer(AppState &, int, int) override {}
+    void runAlertProgram(AppState &, int, int, const QByteArray &) override {}
+};
+
 struct Setup {
-    Setup() : log(SystemClock::instance()), state(DataFolder{QFile::encodeName(dir.path())}, SystemClock::instance(), log)
+    Setup() : evaluation(actions), log(SystemClock::instance()), state(DataFolder{QFile::encodeName(dir.path())}, SystemClock::instance(), log)
     {
         state.readProgramSettings();
         state.currentDateText = dateText(SystemClock::instance().now());
@@ -29,6 +38,8 @@ struct Setup {
         state.devices[0] = std::move(device);
         state.deviceCount = 1;
     }
+    NoActions actions;
+    AlarmEvaluation evaluation;
     QTemporaryDir dir;
     EventLog log;
     AppState state;
@@ -51,9 +62,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         ProbeRecord &probe = *device.Probes[std::size_t(i)];
         probe.ProbeType = ProbeType((data[1] >> 2) + i & 3);
         probe.DisplayUnits = DisplayUnits((data[1] >> 4) + i & 7); // codes out of range too
+        probe.HighAlarmTemp = 85, probe.HighCautionTemp = 80, probe.LowCautionTemp = 50, probe.LowAlarmTemp = 40;
+        probe.HighAlarmHumidity = 85, probe.HighCautionHumidity = 80, probe.LowCautionHumidity = 50;
+        probe.ConsecutiveAlarmThreshold = 2;
+        probe.SendAlarmEmail = probe.SendClearEmail = probe.AlarmSound = 1;
     }
     const QByteArray body(reinterpret_cast<const char *>(data + 2), qsizetype(size - 2));
-    ParseDeviceReply(setup.state, 0, replyText(body), 1, nullptr);
+    ParseDeviceReply(setup.state, 0, replyText(body), 1, &setup.evaluation);
     ConvertTemperatureText(DisplayUnits(data[1] & 7), DisplayUnits(data[0] & 7), replyText(body));
     return 0;
 }
