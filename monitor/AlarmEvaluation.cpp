@@ -154,25 +154,33 @@ void AlarmEvaluation::evaluateAnalog(const Reading &r)
         return;
     }
 
+    // Humidity and wetness differ only in their fields.
+    struct WholeNumberFields {
+        std::int32_t ProbeRecord::*current, ProbeRecord::*lowest, ProbeRecord::*highest;
+        std::int64_t ProbeRecord::*lowestTime, ProbeRecord::*highestTime;
+        std::int32_t ProbeRecord::*ha, ProbeRecord::*hc, ProbeRecord::*lc, ProbeRecord::*la;
+        std::uint64_t currentBit, lowestBit, highestBit;
+    };
+    static constexpr WholeNumberFields kHumidity{
+        &ProbeRecord::CurrentHumidity, &ProbeRecord::LowestHumidity, &ProbeRecord::HighestHumidity,
+        &ProbeRecord::LowestHumidityTimeVal, &ProbeRecord::HighestHumidityTimeVal, &ProbeRecord::HighAlarmHumidity,
+        &ProbeRecord::HighCautionHumidity, &ProbeRecord::LowCautionHumidity, &ProbeRecord::LowAlarmHumidity,
+        ProbeBit::CurrentHumidity, ProbeBit::LowestHumidity, ProbeBit::HighestHumidity};
+    static constexpr WholeNumberFields kWetness{
+        &ProbeRecord::CurrentWetness, &ProbeRecord::LowestWetness, &ProbeRecord::HighestWetness,
+        &ProbeRecord::LowestWetnessTimeVal, &ProbeRecord::HighestWetnessTimeVal, &ProbeRecord::HighAlarmWetness,
+        &ProbeRecord::HighCautionWetness, &ProbeRecord::LowCautionWetness, &ProbeRecord::LowAlarmWetness,
+        ProbeBit::WetnessOrSwitch, ProbeBit::LowestWetness, ProbeBit::HighestWetness};
+    if (p.ProbeType != ProbeType::Humidity && p.ProbeType != ProbeType::Wetness)
+        return; // a type this program does not know
+    const WholeNumberFields &k = p.ProbeType == ProbeType::Humidity ? kHumidity : kWetness;
     const std::int32_t v = parseInt32(r.text);
     std::int32_t threshold = 0;
-    if (p.ProbeType == ProbeType::Humidity) {
-        p.CurrentHumidity = v;
-        p.markChanged(ProbeBit::CurrentHumidity);
-        updateExtremes(p, v, r.now, p.LowestHumidity, p.LowestHumidityTimeVal, ProbeBit::LowestHumidity,
-                       p.HighestHumidity, p.HighestHumidityTimeVal, ProbeBit::HighestHumidity);
-        band = wholeNumberBand(v, p.HighAlarmHumidity, p.HighCautionHumidity, p.LowCautionHumidity,
-                               p.LowAlarmHumidity, threshold);
-    } else if (p.ProbeType == ProbeType::Wetness) {
-        p.CurrentWetness = v;
-        p.markChanged(ProbeBit::WetnessOrSwitch);
-        updateExtremes(p, v, r.now, p.LowestWetness, p.LowestWetnessTimeVal, ProbeBit::LowestWetness,
-                       p.HighestWetness, p.HighestWetnessTimeVal, ProbeBit::HighestWetness);
-        band = wholeNumberBand(v, p.HighAlarmWetness, p.HighCautionWetness, p.LowCautionWetness,
-                               p.LowAlarmWetness, threshold);
-    } else {
-        return; // a type this program does not know
-    }
+    p.*k.current = v;
+    p.markChanged(k.currentBit);
+    updateExtremes(p, v, r.now, p.*k.lowest, p.*k.lowestTime, k.lowestBit, p.*k.highest, p.*k.highestTime,
+                   k.highestBit);
+    band = wholeNumberBand(v, p.*k.ha, p.*k.hc, p.*k.lc, p.*k.la, threshold);
     const QByteArray value = QByteArray::number(v);
     if (band == AlarmState::Normal) {
         normal(r, "Probe reported an alarm clear condition (value " + value + ")");
@@ -204,15 +212,7 @@ void AlarmEvaluation::alarmOrCaution(const Reading &r, int bandCode, double thre
     std::int32_t &sent = sentFlag(p, band);
     if (r.notFirstQuery && p.ConsecutiveAlarmCount >= p.ConsecutiveAlarmThreshold && !sent) {
         sent = 1;
-        const bool alarm = isAlarmKind(band);
-        if (alarm ? p.AlarmSound : p.CautionSound)
-            actions_.playSound(r.app, (alarm ? p.AlarmSoundFile : p.CautionSoundFile).bytes());
-        if (alarm ? p.SendAlarmEmail : p.SendCautionEmail)
-            actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, threshold);
-        if (alarm ? p.TriggerDialerAlarm : p.TriggerDialerCaution)
-            actions_.triggerVoiceDialer(r.app, r.slot, 0);
-        if (alarm ? p.RunProgramAlarm : p.RunProgramCaution)
-            actions_.runAlertProgram(r.app, r.slot, r.probeIndex, (alarm ? p.ProgramAlarm : p.ProgramCaution).bytes());
+        runActions(r, isAlarmKind(band) ? AlertKind::Alarm : AlertKind::Caution, threshold);
     }
     logEvent(r, message);
 }
@@ -232,12 +232,7 @@ void AlarmEvaluation::normal(const Reading &r, const QByteArray &message)
     p.markChanged(ProbeBit::LastAlarmClearedTimeVal);
     // Clears are gated neither by the first cycle, nor by the count, nor by
     // a suspended cycle.
-    if (p.SendClearEmail)
-        actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, kNoThreshold);
-    if (p.TriggerDialerClear)
-        actions_.triggerVoiceDialer(r.app, r.slot, 0);
-    if (p.RunProgramClear)
-        actions_.runAlertProgram(r.app, r.slot, r.probeIndex, p.ProgramClear.bytes());
+    runActions(r, AlertKind::Clear, kNoThreshold);
     logEvent(r, message);
 }
 
@@ -268,14 +263,7 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
             return;
         if (p.ConsecutiveAlarmCount >= p.ConsecutiveAlarmThreshold && !p.HighAlarmSent) {
             p.HighAlarmSent = 1;
-            if (p.AlarmSound)
-                actions_.playSound(r.app, p.AlarmSoundFile.bytes());
-            if (p.SendAlarmEmail)
-                actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, 0);
-            if (p.TriggerDialerAlarm)
-                actions_.triggerVoiceDialer(r.app, r.slot, 0);
-            if (p.RunProgramAlarm)
-                actions_.runAlertProgram(r.app, r.slot, r.probeIndex, p.ProgramAlarm.bytes());
+            runActions(r, AlertKind::Alarm, 0);
         }
         logEvent(r, "Probe reported a switch alarm condition");
         return;
@@ -287,13 +275,24 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
     p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmClearedTimeVal);
     if (!r.notFirstQuery || !changed || !p.ProbeEnabled || r.suspended)
         return;
-    if (p.SendClearEmail)
-        actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, kNoThreshold);
-    if (p.TriggerDialerClear)
-        actions_.triggerVoiceDialer(r.app, r.slot, 0);
-    if (p.RunProgramClear)
-        actions_.runAlertProgram(r.app, r.slot, r.probeIndex, p.ProgramClear.bytes());
+    runActions(r, AlertKind::Clear, kNoThreshold);
     logEvent(r, "Probe reported a switch alarm clear condition");
+}
+
+void AlarmEvaluation::runActions(const Reading &r, AlertKind kind, double threshold)
+{
+    // Always in this order: sound (none for a clear), e-mail, dialer, program.
+    ProbeRecord &p = r.probe;
+    const bool alarm = kind == AlertKind::Alarm, caution = kind == AlertKind::Caution;
+    if (alarm ? p.AlarmSound : caution && p.CautionSound)
+        actions_.playSound(r.app, (alarm ? p.AlarmSoundFile : p.CautionSoundFile).bytes());
+    if (alarm ? p.SendAlarmEmail : caution ? p.SendCautionEmail : p.SendClearEmail)
+        actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, threshold);
+    if (alarm ? p.TriggerDialerAlarm : caution ? p.TriggerDialerCaution : p.TriggerDialerClear)
+        actions_.triggerVoiceDialer(r.app, r.slot, 0);
+    if (alarm ? p.RunProgramAlarm : caution ? p.RunProgramCaution : p.RunProgramClear)
+        actions_.runAlertProgram(r.app, r.slot, r.probeIndex,
+                                 (alarm ? p.ProgramAlarm : caution ? p.ProgramCaution : p.ProgramClear).bytes());
 }
 
 void AlarmEvaluation::logEvent(const Reading &r, const QByteArray &message)

@@ -25,6 +25,8 @@ public:
 
 private:
     struct Reading;
+    enum class AlertKind { Alarm, Caution, Clear };
+    void runActions(const Reading &r, AlertKind kind, double threshold);
     void evaluateAnalog(const Reading &r);
     void evaluateSwitch(const Reading &r);
     void alarmOrCaution(const Reading &r, int band, double threshold, const QByteArray &message);
