@@ -39,11 +39,6 @@ std::int32_t &sentFlag(ProbeRecord &p, AlarmState band)
     }
 }
 
-void clearSentFlags(ProbeRecord &p)
-{
-    p.HighAlarmSent = p.HighCautionSent = p.LowCautionSent = p.LowAlarmSent = 0;
-}
-
 void countUp(ProbeRecord &p)
 {
     p.ConsecutiveAlarmCount = std::min(p.ConsecutiveAlarmCount + 1, kCountCap);
@@ -220,7 +215,7 @@ void AlarmEvaluation::alarmOrCaution(const Reading &r, int bandCode, double thre
 void AlarmEvaluation::normal(const Reading &r, const QByteArray &message)
 {
     ProbeRecord &p = r.probe;
-    clearSentFlags(p);
+    clearAlertSentFlags(p);
     if (p.AlarmState == AlarmState::Normal)
         return;
     p.AlarmState = AlarmState::Normal;
@@ -271,7 +266,7 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
     p.AlarmState = AlarmState::Normal;
     p.ConsecutiveAlarmCount = 0;
     p.LastAlarmClearedTimeVal = r.now;
-    clearSentFlags(p);
+    clearAlertSentFlags(p);
     p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmClearedTimeVal);
     if (!r.notFirstQuery || !changed || !p.ProbeEnabled || r.suspended)
         return;

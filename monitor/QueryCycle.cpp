@@ -104,7 +104,7 @@ void QueryCycle::walkFinished(int result)
             for (int i = 0; d && i < d->probeSlots(); ++i) {
                 if (ProbeRecord *p = d->probe(i)) {
                     p->ConsecutiveAlarmCount = 0;
-                    p->HighAlarmSent = p->HighCautionSent = p->LowCautionSent = p->LowAlarmSent = 0;
+                    clearAlertSentFlags(*p);
                 }
             }
         }

@@ -147,9 +147,7 @@ void DeviceAutoConfiguration::fetch(const char *page, std::function<void(const Q
         session_.setProxy(request_.proxy);
     session_.fetchPage(pageUrl(request_.address, request_.port, page), session_.proxy(),
                        [this, then = std::move(then)](const PageResult &result) {
-                           const QList<QByteArray> &failures = result.failedAttempts;
-                           for (int attempt = 1; attempt <= failures.size(); ++attempt)
-                               reportFailedAttempt(app_, request_.logQueryFailures, attempt, failures[attempt - 1]);
+                           reportFailedAttempts(app_, request_.logQueryFailures, result);
                            then(result.fetched() ? result.reply : QByteArray());
                        });
 }

@@ -8,11 +8,13 @@
 
 namespace cz {
 
-void reportFailedAttempt(AppState &app, bool logQueryFailures, int attempt, const QByteArray &errorText)
+void reportFailedAttempts(AppState &app, bool logQueryFailures, const PageResult &result)
 {
-    if (logQueryFailures)
-        AppendErrorLog(app.clock(), app.folder().internetErrorLog(), errorText.left(1024));
-    app.setStatus(QStringLiteral("ERROR: device query failed (attempt #%1, check error log...").arg(attempt));
+    for (int attempt = 1; attempt <= result.failedAttempts.size(); ++attempt) {
+        if (logQueryFailures)
+            AppendErrorLog(app.clock(), app.folder().internetErrorLog(), result.failedAttempts[attempt - 1].left(1024));
+        app.setStatus(QStringLiteral("ERROR: device query failed (attempt #%1, check error log...").arg(attempt));
+    }
 }
 
 DeviceQueryClient::DeviceQueryClient(AppState &app, HttpSession &session, QObject *parent)
@@ -39,7 +41,7 @@ bool DeviceQueryClient::QueryDevices(int notFirstQuery)
     for (int slot = 0; slot < app_.deviceCount; ++slot) {
         const DeviceRecord *device = app_.device(slot);
         if (device && device->QueryDue)
-            walk_.push_back(Pending{slot, device, {}, {}, false, 0, 0, false, false, {}});
+            walk_.push_back(Pending{slot, device, {}, false, 0, 0, false, false, {}});
     }
     startRequests();
     applyReady();
@@ -55,7 +57,6 @@ void DeviceQueryClient::startRequests()
         const DeviceRecord &device = *p.device;
         // The last contact is the time the query began, answered or not.
         p.stamp = app_.clock().now();
-        p.url = readingsUrl(device);
         if (device.UseProxy) {
             proxyAfterStarted_ = ProxySettings{device.ProxyServerAddress.bytes(), device.ProxyServerUserName.bytes(),
                                                device.ProxyServerPassword.bytes()};
@@ -65,7 +66,7 @@ void DeviceQueryClient::startRequests()
         p.started = true;
         ++inFlight_;
         const std::size_t index = nextToStart_ - 1;
-        p.fetchId = session_.fetchPage(p.url, p.proxy, [this, index](const PageResult &result) {
+        p.fetchId = session_.fetchPage(readingsUrl(device), p.proxy, [this, index](const PageResult &result) {
             Pending &done = walk_[index];
             done.result = result;
             done.done = true;
@@ -109,9 +110,7 @@ bool DeviceQueryClient::apply(Pending &p)
     if (p.setsProxy)
         session_.setProxy(p.proxy);
 
-    const QList<QByteArray> &failures = p.result.failedAttempts;
-    for (int attempt = 1; attempt <= failures.size(); ++attempt)
-        reportFailedAttempt(app_, device->LogQueryFailures, attempt, failures[attempt - 1]);
+    reportFailedAttempts(app_, device->LogQueryFailures, p.result);
     if (!p.result.fetched()) {
         finishWalk(0);
         return false;

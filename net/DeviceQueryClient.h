@@ -16,9 +16,10 @@ class AppState;
 class ProbeEvaluation;
 struct DeviceRecord;
 
-// What a failed attempt leaves behind: the error-log entry (when the device
-// logs query failures) and the "attempt #n" status.
-void reportFailedAttempt(AppState &app, bool logQueryFailures, int attempt, const QByteArray &errorText);
+// What the failed attempts of a page leave behind, in order: for each its
+// error-log entry (when the device logs query failures) and its
+// "attempt #n" status.
+void reportFailedAttempts(AppState &app, bool logQueryFailures, const PageResult &result);
 
 class DeviceQueryClient : public QObject, public DeviceWalk {
     Q_OBJECT
@@ -53,7 +54,6 @@ private:
     struct Pending {
         int slot;
         const DeviceRecord *device;
-        QByteArray url;
         ProxySettings proxy;
         bool setsProxy = false;
         std::int64_t stamp = 0;

@@ -137,7 +137,7 @@ void resetRunState(DeviceRecord &device, int slot, const QByteArray &dataFolder)
         p->LastAlarmClearedTimeVal = 0;
         p->SwitchOpenTimeVal = 0;
         p->SwitchCloseTimeVal = 0;
-        p->HighAlarmSent = p->HighCautionSent = p->LowCautionSent = p->LowAlarmSent = 0;
+        clearAlertSentFlags(*p);
         p->CurrentValueText = "n/a";
         p->Values.clear();
         p->DataLogFile = probeFilePath(dataFolder + "/Data", device.DeviceName.bytes(), p->ProbeNumber,

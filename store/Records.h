@@ -188,6 +188,12 @@ struct DeviceRecord : DeviceFields {
     ProbeRecord *probe(int index) const { return index >= 0 && index < kMaxProbes ? Probes[index].get() : nullptr; }
 };
 
+// No alert of any state has fired since the last normal reading.
+inline void clearAlertSentFlags(ProbeRecord &p)
+{
+    p.HighAlarmSent = p.HighCautionSent = p.LowCautionSent = p.LowAlarmSent = 0;
+}
+
 // Copy every configuration and state field and the histories; 0 when `to` is null.
 int copyProbeRecord(ProbeRecord *to, const ProbeRecord &from);
 // The same for a device, without its probes.

@@ -65,10 +65,8 @@ QByteArray DeviceSimulator::control(const SimRequest &request, bool &ok)
         p.scenario = Scenario::fromJson(json);
         if (query.hasQueryItem("name"))
             p.name = arg("name").toUtf8();
-        if (query.hasQueryItem("type")) {
-            SimDevice typed = SimDevice::fromJson(QJsonObject{{"probes", QJsonArray{QJsonObject{{"type", arg("type")}}}}});
-            p.kind = typed.probes[0].kind;
-        }
+        if (query.hasQueryItem("type"))
+            p.kind = probeKindFromName(arg("type"));
     } else if (request.path == "/device") {
         if (query.hasQueryItem("units") && !arg("units").isEmpty())
             d.units = arg("units").at(0).toLatin1();

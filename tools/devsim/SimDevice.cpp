@@ -56,6 +56,15 @@ QJsonObject Scenario::toJson() const
             {"period", period}, {"at", at}, {"after", after}};
 }
 
+ProbeKind probeKindFromName(const QString &name)
+{
+    for (int i = 0; i < int(std::size(kProbeKindNames)); ++i) {
+        if (name.compare(QLatin1String(kProbeKindNames[i]), Qt::CaseInsensitive) == 0)
+            return ProbeKind(i);
+    }
+    return ProbeKind::Temperature;
+}
+
 const char *faultName(Fault fault)
 {
     return kFaultNames[int(fault)];
@@ -149,11 +158,7 @@ SimDevice SimDevice::fromJson(const QJsonObject &json)
         const QJsonObject p = v.toObject();
         SimProbe probe;
         probe.name = p.value("name").toString().toUtf8();
-        const QString kind = p.value("type").toString("Temperature");
-        for (int i = 0; i < 4; ++i) {
-            if (kind.compare(QLatin1String(kProbeKindNames[i]), Qt::CaseInsensitive) == 0)
-                probe.kind = ProbeKind(i);
-        }
+        probe.kind = probeKindFromName(p.value("type").toString());
         probe.scenario = Scenario::fromJson(p.value("scenario").toObject());
         d.probes.append(probe);
     }

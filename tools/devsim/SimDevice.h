@@ -45,6 +45,9 @@ enum class Fault {
     Reset,     // headers and half the body, then a connection reset
     Bare,      // the body alone, no status line and no headers
 };
+// "Temperature", "Humidity", "Wetness" or "Switch", in any case; Temperature otherwise.
+ProbeKind probeKindFromName(const QString &name);
+
 const char *faultName(Fault fault);
 bool faultFromName(const QByteArray &name, Fault &fault);
 
