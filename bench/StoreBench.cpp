@@ -1,5 +1,6 @@
 // Loading and saving a full data folder: 256 devices of 16 probes.
 #include "AppState.h"
+#include "BenchSupport.h"
 #include "DeviceFile.h"
 #include "EventLog.h"
 
@@ -12,47 +13,15 @@
 #include <chrono>
 #include <clocale>
 #include <cstdio>
-#include <fstream>
 #include <string>
 
 using namespace cz;
 
 namespace {
 
-long residentKiB()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmRSS:", 0) == 0)
-            return std::stol(line.substr(6));
-    return -1;
-}
-
 double msSince(std::chrono::steady_clock::time_point start)
 {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
-
-void populate(AppState &s)
-{
-    s.readProgramSettings();
-    for (int d = 0; d < kMaxDevices; ++d) {
-        auto dev = newDeviceRecord(s.folder().root, "Device " + QByteArray::number(d + 1), "Model R16", 20000 + d,
-                                   kMaxProbes);
-        for (int i = 0; i < kMaxProbes; ++i) {
-            ProbeRecord *p = dev->probe(i);
-            p->HighAlarmTemp = 85;
-            p->HighCautionTemp = 80;
-            p->LowCautionTemp = 50;
-            p->LowAlarmTemp = 40;
-            p->CurrentTemp = 70.5;
-        }
-        s.devices[std::size_t(d)] = std::move(dev);
-        s.deviceCount = d + 1;
-        s.writeDeviceFile(d, true);
-    }
-    s.writeDevicesSection();
 }
 
 void markEveryKeyChanged(AppState &state)
@@ -74,21 +43,21 @@ int main(int argc, char **argv)
     // Child run: only load the folder and report the memory it takes.
     if (argc == 3 && std::string(argv[1]) == "--memory") {
         EventLog log(clock);
-        const long before = residentKiB();
+        const long before = bench::residentKiB();
         AppState state(DataFolder{argv[2]}, clock, log);
         state.readProgramSettings();
         std::printf("  resident memory after loading:         %8.1f MB (%.1f MB before loading)\n",
-                    residentKiB() / 1024.0, before / 1024.0);
+                    bench::residentKiB() / 1024.0, before / 1024.0);
         return 0;
     }
 
     QTemporaryDir dir;
     const DataFolder folder{QFile::encodeName(dir.path())};
     EventLog log(clock);
-    {
-        AppState writer(folder, clock, log);
-        populate(writer);
-    }
+    QList<int> ports;
+    for (int d = 0; d < kMaxDevices; ++d)
+        ports.append(20000 + d);
+    bench::writeDataFolder(folder, ports);
 
     AppState state(folder, clock, log);
     auto t = std::chrono::steady_clock::now();

@@ -2,6 +2,7 @@
 // beside a raw parallel fetch of the same 256 pages by curl, and the longest
 // stall of the event loop while the walk runs.
 #include "AppState.h"
+#include "BenchSupport.h"
 #include "CFormat.h"
 #include "DeviceQueryClient.h"
 #include "EventLog.h"
@@ -25,12 +26,6 @@ namespace {
 
 constexpr int kRuns = 7;
 
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
-
 void addDevices(AppState &s, const QList<int> &ports)
 {
     s.readProgramSettings();
@@ -50,21 +45,12 @@ int main(int argc, char **argv)
 {
     std::setlocale(LC_NUMERIC, "C");
     QCoreApplication app(argc, argv);
-    const QString bin = QCoreApplication::applicationDirPath();
 
     QProcess simulator;
-    simulator.start(bin + "/corvanta-devsim", {"--generate", "256", "--probes", "16", "--model", "Model R16"});
-    QByteArray out;
-    while (!out.contains("ready\n") && simulator.waitForReadyRead(10000))
-        out += simulator.readAllStandardOutput();
-    QList<int> ports;
-    for (const QByteArray &line : out.split('\n'))
-        if (!line.isEmpty() && line != "ready")
-            ports.append(line.split(' ')[0].toInt());
-    if (ports.size() != 256) {
-        std::fprintf(stderr, "the simulator did not start: %s\n", out.constData());
+    const QList<int> ports =
+        bench::startSimulator(simulator, {"--generate", "256", "--probes", "16", "--model", "Model R16"});
+    if (ports.size() != 256)
         return 1;
-    }
 
     QTemporaryDir dir;
     EventLog log(SystemClock::instance());
@@ -130,11 +116,11 @@ int main(int argc, char **argv)
     simulator.kill();
     simulator.waitForFinished();
 
-    const double walk = median(walks), fetch = median(raw);
+    const double walk = bench::median(walks), fetch = bench::median(raw);
     std::printf("walk, 256 devices x 16 probes (median of %d): %.1f ms\n", kRuns, walk);
     std::printf("curl --parallel --parallel-max 16, same 256 pages: %.1f ms\n", fetch);
     std::printf("walk / raw fetch: %.2f (target at most 2)\n", walk / fetch);
     std::printf("longest event-loop stall during a walk: %.1f ms (median of runs), %.1f ms (worst run); target under 20 ms\n",
-                median(stalls), *std::max_element(stalls.begin(), stalls.end()));
+                bench::median(stalls), *std::max_element(stalls.begin(), stalls.end()));
     return 0;
 }

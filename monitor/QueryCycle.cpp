@@ -62,7 +62,7 @@ void QueryCycle::stop()
 void QueryCycle::tick()
 {
     // A walk still running from an earlier tick: walks never nest.
-    if (walkStarted_ || walk_.walkRunning())
+    if (running_ != Run::None || walk_.walkRunning())
         return;
     const std::int64_t now = app_.clock().now();
     if (app_.deviceCount < 1)
@@ -80,25 +80,53 @@ void QueryCycle::tick()
     }
     if (!anyDue || app_.ConfigurationInProgress)
         return;
-    int notFirstQuery = 1;
+    running_ = Run::Tick;
     if (!app_.FirstQueryDone) {
         app_.FirstQueryDone = 1;
-        firstCycleRunning_ = true;
-        notFirstQuery = 0;
+        running_ = Run::FirstCycle;
     }
-    walkStarted_ = true;
-    if (!walk_.startWalk(notFirstQuery))
-        walkStarted_ = firstCycleRunning_ = false;
+    if (!walk_.startWalk(running_ == Run::Tick ? 1 : 0))
+        running_ = Run::None;
+}
+
+void QueryCycle::queryAddedDevice(int slot)
+{
+    pendingAddedSlot_ = slot;
+    if (running_ == Run::None && !walk_.walkRunning())
+        startAddedDeviceRun();
+}
+
+void QueryCycle::startAddedDeviceRun()
+{
+    const int slot = pendingAddedSlot_;
+    pendingAddedSlot_ = -1;
+    if (!app_.device(slot))
+        return;
+    // Only the new device: the others keep to their own intervals.
+    for (int s = 0; s < app_.deviceCount; ++s)
+        if (DeviceRecord *d = app_.device(s))
+            d->QueryDue = s == slot ? 1 : 0;
+    running_ = Run::AddedDevice;
+    if (!walk_.startWalk(0))
+        running_ = Run::None;
 }
 
 void QueryCycle::walkFinished(int result)
 {
-    if (!walkStarted_)
-        return; // a walk this cycle did not start (a device just added)
-    walkStarted_ = false;
-    if (firstCycleRunning_) {
+    const Run finished = running_;
+    running_ = Run::None;
+    if (finished != Run::None) // else a walk not started here
+        finishRun(finished, result);
+    if (pendingAddedSlot_ >= 0)
+        startAddedDeviceRun();
+}
+
+void QueryCycle::finishRun(Run finished, int result)
+{
+    if (finished == Run::AddedDevice)
+        result = 0; // the new device's first sample is drawn as a gap
+    if (finished == Run::FirstCycle) {
         // The first cycle only establishes states and extremes.
-        firstCycleRunning_ = false;
         for (int slot = 0; slot < app_.deviceCount; ++slot) {
             DeviceRecord *d = app_.device(slot);
             for (int i = 0; d && i < d->probeSlots(); ++i) {

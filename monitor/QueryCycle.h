@@ -37,7 +37,11 @@ public:
     void stop();
     // One tick, as the timer runs it.
     void tick();
-    // The walk started by a tick has ended with `result` (1 completed, 0 abandoned).
+    // A device was just added in `slot`: its first query runs at once with
+    // alerts held back, so its first readings only set states and
+    // extremes. Waits for a walk still running.
+    void queryAddedDevice(int slot);
+    // The walk started here has ended with `result` (1 completed, 0 abandoned).
     void walkFinished(int result);
 
 signals:
@@ -51,8 +55,14 @@ private:
     AppState &app_;
     DeviceWalk &walk_;
     QTimer timer_;
-    bool firstCycleRunning_ = false;
-    bool walkStarted_ = false;
+    enum class Run { None, Tick, FirstCycle, AddedDevice };
+    void startAddedDeviceRun();
+    // After a walk: the first cycle's counts are dropped, then the views
+    // are told and the due devices sampled.
+    void finishRun(Run finished, int result);
+
+    Run running_ = Run::None;
+    int pendingAddedSlot_ = -1;
 };
 
 } // namespace cz

@@ -1,0 +1,81 @@
+#include "BenchSupport.h"
+
+#include "AppState.h"
+#include "EventLog.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <string>
+
+namespace cz::bench {
+
+QList<int> startSimulator(QProcess &simulator, const QStringList &arguments)
+{
+    simulator.start(QCoreApplication::applicationDirPath() + "/corvanta-devsim", arguments);
+    QByteArray out;
+    while (!out.contains("ready\n") && simulator.waitForReadyRead(10000))
+        out += simulator.readAllStandardOutput();
+    QList<int> ports;
+    for (const QByteArray &line : out.split('\n'))
+        if (!line.isEmpty() && line != "ready")
+            ports.append(line.split(' ')[0].toInt());
+    if (!out.contains("ready\n")) {
+        std::fprintf(stderr, "the simulator did not start: %s\n", out.constData());
+        ports.clear();
+    }
+    return ports;
+}
+
+void writeDataFolder(const DataFolder &folder, const QList<int> &ports)
+{
+    EventLog log(SystemClock::instance());
+    AppState s(folder, SystemClock::instance(), log);
+    s.readProgramSettings();
+    for (int d = 0; d < ports.size(); ++d) {
+        auto dev = newDeviceRecord(folder.root, "Device " + QByteArray::number(d + 1), "Model R16", ports[d],
+                                   kMaxProbes);
+        for (int i = 0; i < kMaxProbes; ++i) {
+            ProbeRecord *p = dev->probe(i);
+            p->HighAlarmTemp = 74;
+            p->HighCautionTemp = 73;
+            p->LowCautionTemp = 50;
+            p->LowAlarmTemp = 40;
+            p->ConsecutiveAlarmThreshold = 3;
+            p->SendAlarmEmail = 1;
+            p->CurrentTemp = 70.5;
+        }
+        s.devices[std::size_t(d)] = std::move(dev);
+        s.deviceCount = d + 1;
+        s.writeDeviceFile(d, true);
+    }
+    s.writeDevicesSection();
+}
+
+long residentKiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmRSS:", 0) == 0)
+            return std::stol(line.substr(6));
+    return -1;
+}
+
+double processCpuMs()
+{
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return double(t.tv_sec) * 1e3 + double(t.tv_nsec) / 1e6;
+}
+
+double median(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+} // namespace cz::bench

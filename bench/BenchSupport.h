@@ -1,0 +1,31 @@
+// Pieces the benchmarks share: a simulator process serving generated
+// devices, a data folder of such devices, the process's resident memory, medians.
+#pragma once
+
+#include "DataFolder.h"
+
+#include <QList>
+#include <QProcess>
+#include <QStringList>
+
+#include <vector>
+
+namespace cz::bench {
+
+// Starts corvanta-devsim (next to the benchmark) with `arguments` and
+// returns the ports it serves, in device order; empty when it did not start.
+QList<int> startSimulator(QProcess &simulator, const QStringList &arguments);
+
+// Writes a data folder of one "Model R16" device of 16 temperature probes
+// per port, logging on, thresholds 40/50/73/74 and an e-mail after 3 readings.
+void writeDataFolder(const DataFolder &folder, const QList<int> &ports);
+
+// Resident memory of this process in KiB.
+long residentKiB();
+
+// CPU time of this process, every thread, in milliseconds.
+double processCpuMs();
+
+double median(std::vector<double> v);
+
+} // namespace cz::bench
