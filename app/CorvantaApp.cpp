@@ -8,62 +8,23 @@
 
 namespace cz {
 
-namespace {
-
-// Until the alert actions are built, an alert says plainly that it was not
-// carried out.
-class UnavailableAlertActions final : public AlertActions {
-public:
-    void playSound(AppState &app, const QByteArray &file) override
-    {
-        notSent(app, "Sound \"" + file + "\"");
-    }
-    void sendAlarmEmail(AppState &app, int slot, int probeIndex, double) override
-    {
-        notSent(app, "E-mail for " + probeName(app, slot, probeIndex));
-    }
-    void triggerVoiceDialer(AppState &app, int slot, int) override
-    {
-        notSent(app, "Voice dialer call for " + probeName(app, slot, -1));
-    }
-    void runAlertProgram(AppState &app, int slot, int probeIndex, const QByteArray &program) override
-    {
-        notSent(app, "Program \"" + program + "\" for " + probeName(app, slot, probeIndex));
-    }
-
-private:
-    static QByteArray probeName(AppState &app, int slot, int probeIndex)
-    {
-        const DeviceRecord *d = app.device(slot);
-        QByteArray name = d ? d->DeviceName.bytes() : QByteArray("?");
-        if (probeIndex >= 0)
-            name += QByteArray(" probe ") + QByteArray::number(probeIndex + 1);
-        return name;
-    }
-    static void notSent(AppState &app, const QByteArray &what)
-    {
-        app.report(MessageIcon::Warning,
-                   QString::fromUtf8(what) + QStringLiteral(" not carried out: alert actions are not part of this build yet."));
-    }
-};
-
-} // namespace
-
 CCorvantaApp::CCorvantaApp(const CommandLine &commandLine, const QString &programFolder, const Clock &clock,
-                           QObject *parent)
+                           SoundPlayer &sound, QObject *parent)
     : QObject(parent),
       commandLine_(commandLine),
       clock_(clock),
       eventLog_(clock),
       state_(DataFolder::locate(commandLine.dataDir), clock, eventLog_),
-      alertActions_(std::make_unique<UnavailableAlertActions>()),
-      evaluation_(*alertActions_),
+      alerts_(state_, sound),
+      evaluation_(alerts_),
       queryClient_(state_, session_),
       cycle_(state_, queryClient_)
 {
     state_.programFolder = programFolder;
     queryClient_.setEvaluation(&evaluation_);
     connect(&queryClient_, &DeviceQueryClient::walkFinished, &cycle_, &QueryCycle::walkFinished);
+    connect(&queryClient_, &DeviceQueryClient::queryFailureAlert, this,
+            [this](int slot) { alerts_.sendQueryFailureEmail(slot); });
 }
 
 CCorvantaApp::~CCorvantaApp() = default;

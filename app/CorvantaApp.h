@@ -3,7 +3,7 @@
 #pragma once
 
 #include "AlarmEvaluation.h"
-#include "AlertActions.h"
+#include "AlertDispatcher.h"
 #include "AppState.h"
 #include "CommandLine.h"
 #include "DeviceQueryClient.h"
@@ -22,7 +22,7 @@ class CCorvantaApp : public QObject {
     Q_OBJECT
 public:
     CCorvantaApp(const CommandLine &commandLine, const QString &programFolder, const Clock &clock,
-                 QObject *parent = nullptr);
+                 SoundPlayer &sound, QObject *parent = nullptr);
     ~CCorvantaApp() override;
 
     // False when another program already watches the data folder (or the
@@ -40,6 +40,7 @@ public:
     AlarmEvaluation &evaluation() { return evaluation_; }
     QueryCycle &queryCycle() { return cycle_; }
     DeviceQueryClient &queryClient() { return queryClient_; }
+    AlertDispatcher &alerts() { return alerts_; }
     const CommandLine &commandLine() const { return commandLine_; }
 
 private:
@@ -49,7 +50,7 @@ private:
     AppState state_;
     std::unique_ptr<QLockFile> lock_;
     HttpSession session_;
-    std::unique_ptr<AlertActions> alertActions_;
+    AlertDispatcher alerts_;
     AlarmEvaluation evaluation_;
     DeviceQueryClient queryClient_;
     QueryCycle cycle_;

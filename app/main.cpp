@@ -1,6 +1,7 @@
 #include "CFormat.h"
 #include "CommandLine.h"
 #include "CorvantaApp.h"
+#include "SoundEffectPlayer.h"
 #include "TerminationSignals.h"
 
 #include <QCoreApplication>
@@ -67,7 +68,8 @@ int main(int argc, char *argv[])
     if (!cl.headless)
         std::fputs("corvanta-zephtra: this build has no window yet; running headless.\n", stderr);
 
-    cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance());
+    cz::SoundEffectPlayer sound;
+    cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
     cz::AppState &state = app.state();
     QObject::connect(&state, &cz::AppState::message, [](cz::MessageIcon, const QString &text) {
         std::fprintf(stderr, "%s\n", qPrintable(oneLine(text)));

@@ -94,6 +94,7 @@ void ProgramSettings::read(const IniFile &ini)
         col.Enabled = ini.readInt(kSection, columnKey(c, "Enabled"), 1);
         col.Title = ini.readString(kSection, columnKey(c, "Title"), kColumnDefaults[c].title, 36);
     }
+    SerialPortPattern = ini.readString(kSection, "SerialPortPattern", "", 261);
 }
 
 void ProgramSettings::write(IniFile &ini) const
@@ -107,6 +108,8 @@ void ProgramSettings::write(IniFile &ini) const
         ini.setValue(kSection, columnKey(c, "Width"), QByteArray::number(col.Width));
         ini.setValue(kSection, columnKey(c, "Enabled"), QByteArray::number(col.Enabled));
     }
+    if (!SerialPortPattern.empty())
+        ini.setValue(kSection, "SerialPortPattern", SerialPortPattern.bytes());
 }
 
 } // namespace cz

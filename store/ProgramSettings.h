@@ -46,6 +46,9 @@ struct ProgramSettings {
     std::int32_t TemperatureLowMargin = 10;
     std::int32_t TemperatureHighMargin = 10;
     std::array<ListColumn, kListColumns> Columns;
+    // printf pattern of the voice dialer's serial port path, given port n-1;
+    // empty: "/dev/ttyS%d". Written back only when the file has it.
+    FixedText<261> SerialPortPattern;
 
     ProgramSettings();
     // Reads every "Program" key, absent ones at their defaults.

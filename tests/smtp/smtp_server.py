@@ -6,6 +6,8 @@ Prints "ready PORT" once it listens, then stores every accepted message in
 stdin closes or it is killed.
 """
 import argparse
+import email
+import email.policy
 import json
 import os
 import socket
@@ -35,10 +37,15 @@ class Store:
         base = os.path.join(self.out, "%d" % self.count)
         with open(base + ".eml.part", "wb") as f:
             f.write(envelope.original_content or envelope.content)
+        data = envelope.original_content or envelope.content
+        message = email.message_from_bytes(data, policy=email.policy.default)
         with open(base + ".json", "w") as f:
             json.dump({"from": envelope.mail_from, "to": envelope.rcpt_tos,
                        "tls": session.ssl is not None,
-                       "login": bool(session.authenticated)}, f)
+                       "login": bool(session.authenticated),
+                       "subject": str(message["subject"]),
+                       "headers": [k for k in message.keys()],
+                       "body": message.get_content()}, f)
         os.rename(base + ".eml.part", base + ".eml")
         return "250 Message accepted"
 

@@ -1,0 +1,40 @@
+#include "AlertDispatcher.h"
+
+#include "AlertProgram.h"
+#include "ProbeAlertEmail.h"
+#include "QueryFailureEmail.h"
+#include "SoundPlayer.h"
+
+namespace cz {
+
+AlertDispatcher::AlertDispatcher(AppState &app, SoundPlayer &sound)
+    : app_(app), sound_(sound), queue_(app), dialer_(app)
+{
+}
+
+void AlertDispatcher::playSound(AppState &, const QByteArray &file)
+{
+    sound_.play(file);
+}
+
+void AlertDispatcher::sendAlarmEmail(AppState &app, int slot, int probeIndex, double threshold)
+{
+    SendProbeAlertEmail(app, queue_, slot, probeIndex, threshold);
+}
+
+void AlertDispatcher::triggerVoiceDialer(AppState &, int slot, int test)
+{
+    dialer_.TriggerVoiceDialer(slot, test);
+}
+
+void AlertDispatcher::runAlertProgram(AppState &app, int slot, int probeIndex, const QByteArray &program)
+{
+    RunAlertProgram(app, slot, probeIndex, program);
+}
+
+void AlertDispatcher::sendQueryFailureEmail(int slot)
+{
+    SendQueryFailureEmail(app_, queue_, slot);
+}
+
+} // namespace cz

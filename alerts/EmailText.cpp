@@ -1,0 +1,139 @@
+#include "EmailText.h"
+
+#include "CFormat.h"
+#include "History.h"
+#include "Records.h"
+#include "ShellQuote.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace cz {
+
+QByteArray ExpandEmailVariables(QByteArray text, const EmailVariables &v)
+{
+    const std::pair<const char *, const QByteArray *> order[] = {
+        {"$CURRENT_VALUE", &v.currentValue},     {"$ALARM_STATE", &v.alarmState},
+        {"$ALARM_DATE", &v.alarmDate},           {"$ALARM_TIME", &v.alarmTime},
+        {"$THRESH_EXCEEDED", &v.threshExceeded}, {"$PROBE_NAME", &v.probeName},
+        {"$DEVICE_NAME", &v.deviceName},         {"$PROBE_NUMBER", &v.probeNumber},
+        {"$GROUP_NAME", &v.groupName},           {"$CONSECUTIVE_COUNT", &v.consecutiveCount},
+        {"$CONSECUTIVE_THRESH", &v.consecutiveThresh}};
+    for (const auto &[name, value] : order)
+        text.replace(name, *value);
+    return text;
+}
+
+QByteArray alertDateText(std::int64_t t)
+{
+    return formatLocalTime(t, "%a, %b %d, %Y");
+}
+
+QByteArray alertTimeText(std::int64_t t)
+{
+    return formatLocalTime(t, "%H:%M:%S %p");
+}
+
+EmailVariables alertVariables(const DeviceRecord &device, const ProbeRecord &probe, const QByteArray &stateName,
+                              double threshold)
+{
+    EmailVariables v;
+    v.currentValue = probe.CurrentValueText.bytes();
+    v.alarmState = stateName;
+    v.alarmDate = alertDateText(device.LastContactTimeVal);
+    v.alarmTime = alertTimeText(device.LastContactTimeVal);
+    v.threshExceeded = threshold == kNoValue ? QByteArray("n/a") : formatFixed(threshold, 1);
+    v.probeName = probe.ProbeName.bytes();
+    v.deviceName = device.DeviceName.bytes();
+    v.probeNumber = QByteArray::number(probe.ProbeNumber).rightJustified(2, '0');
+    if (probe.ProbeNumber < 0)
+        v.probeNumber = QByteArray::number(probe.ProbeNumber);
+    v.groupName = probe.GroupName.empty() ? QByteArray("(no group specified)") : probe.GroupName.bytes();
+    v.consecutiveCount = QByteArray::number(probe.ConsecutiveAlarmCount);
+    v.consecutiveThresh = QByteArray::number(probe.ConsecutiveAlarmThreshold);
+    return v;
+}
+
+QByteArray subjectTemplate(const ProbeRecord &probe)
+{
+    QByteArray subject;
+    switch (int(probe.AlarmState)) {
+    case 0: subject = probe.EmailClearedSubject.bytes(); break;
+    case 1:
+    case 4: subject = probe.EmailAlarmSubject.bytes(); break;
+    case 2:
+    case 3: subject = probe.EmailCautionSubject.bytes(); break;
+    default: break;
+    }
+    return subject.isEmpty() ? QByteArray(kDefaultSubject) : subject.left(256);
+}
+
+TextFileFault readAlertTextFile(const QByteArray &path, QByteArray &text)
+{
+    text.clear();
+    QFile file(QFile::decodeName(path));
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
+        return TextFileFault::Open;
+    const qint64 size = file.size();
+    if (size == 0)
+        return TextFileFault::Empty;
+    if (size < 0 || size > 16384)
+        return TextFileFault::TooLong;
+    text = file.readAll();
+    if (text.size() != size)
+        return text.clear(), TextFileFault::ShortRead;
+    if (const qsizetype nul = text.indexOf('\0'); nul >= 0)
+        text.truncate(nul);
+    return TextFileFault::None;
+}
+
+bool isRecipientListFile(const QByteArray &field)
+{
+    return QFileInfo(QString::fromUtf8(field)).suffix().compare(QLatin1String("txt"), Qt::CaseInsensitive) == 0;
+}
+
+QByteArray recipientList(QByteArray text)
+{
+    text.replace(" ", "");
+    text.replace(",", "\r\n");
+    text.replace(";", "\r\n");
+    return text;
+}
+
+QByteArray readBackOver(const QByteArray &original, const QByteArray &list)
+{
+    return list.size() < original.size() ? list + original.mid(list.size()) : list;
+}
+
+QList<QByteArray> recipientTokens(const QByteArray &buffer)
+{
+    QList<QByteArray> tokens;
+    QByteArray token;
+    for (const char c : buffer) {
+        if (c == '\r' || c == '\n') {
+            if (!token.isEmpty())
+                tokens.append(token);
+            token.clear();
+        } else {
+            token += c;
+        }
+    }
+    if (!token.isEmpty())
+        tokens.append(token);
+    return tokens;
+}
+
+QByteArray mailerCommandLine(const MailCommand &c, const QByteArray &recipient)
+{
+    QByteArray line = shellQuote(c.mailer) + ' ' + shellQuote(c.bodyFile) + " -server " + shellQuote(c.server) +
+                      " -port " + QByteArray::number(c.port) + " -to " + shellQuote(recipient) + " -mailfrom " +
+                      shellQuote(c.sender) + " -s " + shellQuote(c.subject);
+    if (c.authenticate)
+        line += " -u " + shellQuote(c.user) + " -pw " + shellQuote(c.password);
+    line += " -noh2 -q";
+    if (c.debug)
+        line += " -debug";
+    return line;
+}
+
+} // namespace cz

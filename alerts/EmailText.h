@@ -1,0 +1,68 @@
+// The texts of alert e-mail: variable expansion, state names, subjects,
+// recipient lists and the mailer command lines of the scripts.
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+#include <cstdint>
+
+namespace cz {
+
+struct DeviceRecord;
+struct ProbeRecord;
+
+// The values of the e-mail variables, in the order they are replaced.
+struct EmailVariables {
+    QByteArray currentValue, alarmState, alarmDate, alarmTime, threshExceeded, probeName, deviceName,
+        probeNumber, groupName, consecutiveCount, consecutiveThresh;
+};
+
+// Replaces every variable, one after the other in a fixed order, so a value
+// that holds a later variable's name is replaced in turn.
+QByteArray ExpandEmailVariables(QByteArray text, const EmailVariables &values);
+
+// "Sun, Nov 22, 2026" and "04:10:06 AM" (24-hour clock, then AM/PM).
+QByteArray alertDateText(std::int64_t t);
+QByteArray alertTimeText(std::int64_t t);
+
+// The variables of a real alert on `probe`; `stateName` as chosen for it.
+EmailVariables alertVariables(const DeviceRecord &device, const ProbeRecord &probe, const QByteArray &stateName,
+                              double threshold);
+
+// The subject field for the probe's alarm state, or the default one.
+QByteArray subjectTemplate(const ProbeRecord &probe);
+inline constexpr char kDefaultSubject[] = "Corvanta $ALARM_STATE on $DEVICE_NAME:$PROBE_NAME";
+
+// Reads a template or recipient list whole: 1 to 16,384 bytes, cut at the
+// first NUL.
+enum class TextFileFault { None, Open, Empty, TooLong, ShortRead };
+TextFileFault readAlertTextFile(const QByteArray &path, QByteArray &text);
+
+// True when the recipient field names a list file (extension ".txt").
+bool isRecipientListFile(const QByteArray &field);
+
+// Blanks removed, "," and ";" turned into CR LF.
+QByteArray recipientList(QByteArray text);
+
+// What the recipient buffer holds after the list was written out and read
+// back over the text it came from without clearing it: the list, then the
+// rest of the longer original text.
+QByteArray readBackOver(const QByteArray &original, const QByteArray &list);
+
+// The recipients: the pieces between CR and LF characters.
+QList<QByteArray> recipientTokens(const QByteArray &buffer);
+
+// The mail settings of one command line.
+struct MailCommand {
+    QByteArray mailer, bodyFile, server;
+    int port = 25;
+    QByteArray sender, subject, user, password;
+    bool authenticate = false;
+    bool debug = false;
+};
+
+// One mailer command line for `recipient`, every argument single-quoted.
+QByteArray mailerCommandLine(const MailCommand &c, const QByteArray &recipient);
+
+} // namespace cz

@@ -1,0 +1,161 @@
+#include "ProbeAlertEmail.h"
+
+#include "AppState.h"
+#include "EmailQueue.h"
+#include "EmailText.h"
+#include "EventLog.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace cz {
+
+namespace {
+
+class ErrorLine {
+public:
+    ErrorLine(AppState &app, int slot, int probeIndex, bool enabled)
+        : app_(app), slot_(slot), probeIndex_(probeIndex), enabled_(enabled)
+    {
+    }
+    // "<date> <time> Error in configuration for device N, probe M: reason",
+    // device counted from 0 and probe from 1.
+    void operator()(const QByteArray &reason) const
+    {
+        if (!enabled_)
+            return;
+        const std::int64_t now = app_.clock().now();
+        const QByteArray line = alertDateText(now) + ' ' + alertTimeText(now) + " Error in configuration for device " +
+                                QByteArray::number(slot_) + ", probe " + QByteArray::number(probeIndex_ + 1) + ": " +
+                                reason;
+        AppendErrorLog(app_.clock(), app_.folder().emailErrorLog(), line.left(1024));
+    }
+
+private:
+    AppState &app_;
+    int slot_, probeIndex_;
+    bool enabled_;
+};
+
+const char *stateName(const ProbeRecord &p)
+{
+    if (p.ProbeType == ProbeType::Switch)
+        return int(p.AlarmState) ? "Switch Alarm" : "Switch Alarm Cleared";
+    switch (int(p.AlarmState)) {
+    case 0: return "Alarm Cleared";
+    case 1: return "High Alarm";
+    case 2: return "High Caution";
+    case 3: return "Low Caution";
+    default: return "Low Alarm";
+    }
+}
+
+} // namespace
+
+QByteArray mailerPath(const AppState &app)
+{
+    return QFile::encodeName(app.programFolder) + "/corvanta-mailer";
+}
+
+void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIndex, double threshold)
+{
+    const DeviceRecord *device = app.device(slot);
+    const ProbeRecord *probe = device ? device->probe(probeIndex) : nullptr;
+    if (!probe)
+        return;
+    const DeviceRecord &d = *device;
+    const ProbeRecord &p = *probe;
+    const std::int64_t now = app.clock().now();
+    app.setStatus(QStringLiteral("Status: sending alert email for %1:%2 (probe %3)...")
+                      .arg(QString::fromUtf8(d.DeviceName.bytes()), QString::fromUtf8(p.ProbeName.bytes()))
+                      .arg(p.ProbeNumber));
+    const ErrorLine error(app, slot, probeIndex, d.LogQueryFailures != 0);
+    const QByteArray root = app.folder().root;
+
+    MailCommand command;
+    command.mailer = mailerPath(app);
+    command.bodyFile = root + "/email_body.tmp";
+    command.server = p.SMTPServer.bytes();
+    if (command.server.isEmpty())
+        return error("no SMTP server specified");
+    command.port = p.SMTPPort < 1 ? 25 : p.SMTPPort;
+    command.authenticate = !p.EmailSMTPUser.empty();
+    if (command.authenticate) {
+        command.user = p.EmailSMTPUser.bytes();
+        command.password = p.EmailSMTPPass.bytes();
+    }
+    const QByteArray recipientField = p.EmailTo.bytes();
+    if (recipientField.isEmpty())
+        return error("no recipients specified");
+    command.sender = p.EmailFrom.bytes();
+    if (command.sender.isEmpty())
+        return error("no sender specified");
+
+    QByteArray templatePath = p.EmailTemplate.bytes();
+    if (!templatePath.isEmpty() &&
+        QFileInfo(QFile::decodeName(templatePath)).suffix().compare(QLatin1String("txt"), Qt::CaseInsensitive) != 0)
+        templatePath = app.folder().templates() + "/DefaultEmailTemplate.txt";
+
+    const QByteArray state = stateName(p);
+    const EmailVariables values = alertVariables(d, p, state, threshold);
+    QByteArray body;
+    const QByteArray number = values.probeNumber;
+    const QByteArray nowDate = alertDateText(now), nowTime = alertTimeText(now);
+    const QByteArray names = d.DeviceName.bytes() + "\r\non the probe named " + p.ProbeName.bytes() +
+                             " (probe number " + number + ").\r\n";
+    if (p.ProbeType == ProbeType::Switch && int(p.AlarmState)) {
+        body = "A switch alarm has been reported by the device named " + names + "The alarm occured on " + nowDate +
+               " at " + nowTime + ".";
+    } else if (p.ProbeType == ProbeType::Switch) {
+        body = "A switch alarm has been cleared by the device named " + names + "The alarm was cleared on " + nowDate +
+               " at " + nowTime + ".";
+    } else if (int(p.AlarmState) == 0) {
+        body = "An alarm condition has been cleared by the device named " + names + "The alarm was cleared on " +
+               nowDate + " at " + nowTime + ".";
+    } else {
+        QByteArray text;
+        switch (readAlertTextFile(templatePath, text)) {
+        case TextFileFault::None: break;
+        case TextFileFault::Open: return error("no email body template specified");
+        case TextFileFault::Empty: return error("error opening template file");
+        default: return error("error reading template file");
+        }
+        body = ExpandEmailVariables(text, values);
+    }
+    command.subject = ExpandEmailVariables(subjectTemplate(p), values);
+
+    EmailJob job;
+    job.body = body;
+    job.scriptName = "alarm_email.sh";
+    job.script = "#!/bin/sh\n\n";
+    job.pauseAfterFailedStart = true;
+    job.fileError = [error](const QByteArray &what) {
+        error(what.startsWith("creating") ? QByteArray("error reading email command and control file")
+                                          : "error " + what + " file");
+    };
+    // Faults found from here on come after the body file was written.
+    auto stopWith = [&](EmailJob::Stop stop, const QByteArray &reason) {
+        job.stop = stop;
+        job.stopped = [error, reason] { error(reason); };
+        queue.enqueue(std::move(job));
+    };
+    QByteArray original = recipientField;
+    if (isRecipientListFile(recipientField)) {
+        const TextFileFault fault = readAlertTextFile(recipientField, original);
+        if (fault == TextFileFault::Open)
+            return stopWith(EmailJob::Stop::AfterBody, "error opening email recipient list file");
+        if (fault != TextFileFault::None)
+            return stopWith(EmailJob::Stop::AfterBody, "error reading email recipient list file");
+    }
+    job.recipients = recipientList(original);
+    if (job.recipients.isEmpty())
+        return stopWith(EmailJob::Stop::AfterRecipients, "error reading email recipient list file");
+    const QList<QByteArray> recipients = recipientTokens(readBackOver(original, job.recipients));
+    if (recipients.isEmpty())
+        return stopWith(EmailJob::Stop::BeforeStart, "error parsing recipient list");
+    for (const QByteArray &to : recipients)
+        job.script += mailerCommandLine(command, to) + '\n';
+    queue.enqueue(std::move(job));
+}
+
+} // namespace cz

@@ -1,0 +1,57 @@
+#include "QueryFailureEmail.h"
+
+#include "AppState.h"
+#include "ProbeAlertEmail.h"
+#include "ScriptMail.h"
+
+namespace cz {
+
+void SendQueryFailureEmail(AppState &app, EmailQueue &queue, int slot)
+{
+    const DeviceRecord *d = app.device(slot);
+    if (!d || !d->SendQueryFailMessage)
+        return;
+    auto show = [&app](const QByteArray &text) {
+        app.report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(text));
+    };
+    ScriptMail mail;
+    mail.command.mailer = mailerPath(app);
+    mail.command.bodyFile = app.folder().root + "/email_body.tmp";
+    mail.command.server = d->SMTPServerName.bytes();
+    mail.command.port = d->SMTPServerPort;
+    mail.command.authenticate = !d->SMTPUsername.empty();
+    mail.command.user = d->SMTPUsername.bytes();
+    mail.command.password = d->SMTPPassword.bytes();
+    mail.command.sender = d->EmailFromAddress.bytes();
+    mail.command.subject = d->EmailSubjectText.bytes();
+    mail.command.debug = true;
+    mail.recipientField = d->EmailToAddress.bytes();
+    if (mail.command.server.isEmpty())
+        return show("missing SMTP server for outgoing mail.");
+    if (mail.command.port < 1)
+        return show("missing SMTP port for outgoing mail.");
+    if (mail.recipientField.isEmpty())
+        return show("missing a recipient or recipient list.");
+    if (mail.command.sender.isEmpty())
+        return show("missing a sender for email messages.");
+    if (mail.command.subject.isEmpty())
+        return show("missing a subject line for outgoing mail.");
+    if (d->EmailBodyText.empty())
+        return show("missing the text body of this message.");
+    mail.body = d->EmailBodyText.bytes();
+    mail.body.replace("$DEVICE_NAME", d->DeviceName.bytes());
+    mail.body.replace("$QUERY_THRESH", QByteArray::number(d->QueryFailThreshold));
+    // The test's wording with a lower-case start follows the prefix.
+    mail.fault = [&app](const QByteArray &text) {
+        if (text.startsWith("ShellExecute")) {
+            app.report(MessageIcon::Stop, QString::fromUtf8(text));
+            return;
+        }
+        QByteArray reason = text;
+        reason[0] = char(std::tolower(static_cast<unsigned char>(reason[0])));
+        app.report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
+    };
+    queueScriptMail(app, queue, std::move(mail));
+}
+
+} // namespace cz

@@ -1,0 +1,26 @@
+// Starting programs that run on their own: alert programs and the mail
+// scripts. The child is reaped when it ends, so none is left a zombie.
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+
+#include <functional>
+
+namespace cz {
+
+struct SpawnRequest {
+    QByteArray program;           // path of the executable
+    QList<QByteArray> arguments;  // argv, from argv[0]
+    QByteArray workingFolder;     // empty: ours
+    bool inheritOutput = false;   // else stdin, stdout and stderr are /dev/null
+};
+
+// Starts the program without waiting for it. Returns 0, or the errno that
+// kept it from starting. `exited`, if given, is called on the thread of
+// `context` once the program has ended.
+int spawnDetached(const SpawnRequest &request, QObject *context = nullptr,
+                  std::function<void()> exited = {});
+
+} // namespace cz
