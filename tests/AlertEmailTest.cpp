@@ -1,0 +1,236 @@
+// Alert e-mail: what the engine's alarms send, the working files and
+// scripts, the configuration errors, and the query-failure e-mail.
+#include "AlarmEvaluation.h"
+#include "AlertDispatcher.h"
+#include "DeviceQueryClient.h"
+#include "MailTestSupport.h"
+#include "NetTestSupport.h"
+#include "ProbeAlertEmail.h"
+#include "QueryCycle.h"
+#include "SoundPlayer.h"
+
+#include <QDir>
+#include <QJsonArray>
+
+#include <gtest/gtest.h>
+
+using namespace cz;
+using namespace cz::test;
+
+namespace {
+
+constexpr auto T = ProbeType::Temperature;
+
+class NoSound : public SoundPlayer {
+public:
+    void play(const QByteArray &file) override { played.append(file); }
+    QList<QByteArray> played;
+};
+
+// The engine with real alert actions: the mailer from the build folder,
+// working files in the test's data folder.
+struct AlertFixture : NetFixture {
+    AlertFixture()
+        : alerts(state(), sound), evaluation(alerts), client(state(), session), cycle(state(), client)
+    {
+        state().programFolder = binDir();
+        client.setEvaluation(&evaluation);
+        QObject::connect(&client, &DeviceQueryClient::walkFinished, &cycle, &QueryCycle::walkFinished);
+    }
+    void tick()
+    {
+        cycle.tick();
+        EXPECT_TRUE(waitUntil([&] { return !client.walkRunning(); }));
+    }
+    bool queueDone() { return waitUntil([&] { return alerts.emailQueue().idle(); }, 20000); }
+    // A probe set to alarm above 85 at the first reading, mailing `server`.
+    ProbeRecord &mailingProbe(DeviceRecord &d, int port)
+    {
+        ProbeRecord &p = *d.probe(0);
+        p.HighAlarmTemp = 85, p.HighCautionTemp = 80, p.LowCautionTemp = 50, p.LowAlarmTemp = 40;
+        p.ConsecutiveAlarmThreshold = 1;
+        p.SendAlarmEmail = 1;
+        p.SMTPServer = "127.0.0.1";
+        p.SMTPPort = port;
+        p.EmailFrom = "monitor@lab.example";
+        p.EmailTo = "ops@lab.example";
+        p.EmailTemplate = path("Templates/DefaultEmailTemplate.txt");
+        return p;
+    }
+    QByteArray file(const char *name) { return readFile(path(name)); }
+    NoSound sound;
+    AlertDispatcher alerts;
+    AlarmEvaluation evaluation;
+    DeviceQueryClient client;
+    QueryCycle cycle;
+};
+
+} // namespace
+
+TEST(AlertEmail, AnAlarmFromADeviceReachesEveryRecipientOfTheList)
+{
+    SmtpServer server;
+    ASSERT_TRUE(server.running());
+    AlertFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95.5}, "Server Room"), {T});
+    d.QueryInterval = 5;
+    ProbeRecord &p = f.mailingProbe(d, server.port());
+    // A probe name no shell may take apart.
+    p.ProbeName = "Rack 'B' \"$(touch pwned1)\" `touch pwned2`; touch pwned3\nsecond line";
+    writeFile(f.path("list.txt"), "a@lab.example, b@lab.example;c@lab.example\r\n");
+    p.EmailTo = f.path("list.txt");
+    writeFile(f.path("alarm.txt"), "$ALARM_STATE: $CURRENT_VALUE on $DEVICE_NAME, probe $PROBE_NUMBER in "
+                                   "$GROUP_NAME, over $THRESH_EXCEEDED, $CONSECUTIVE_COUNT of $CONSECUTIVE_THRESH.");
+    p.EmailTemplate = f.path("alarm.txt");
+
+    f.tick(); // the first cycle only sets states
+    EXPECT_TRUE(server.messages().isEmpty());
+    f.clock.advance(5);
+    f.tick();
+    EXPECT_TRUE(f.statuses.contains(QString::fromUtf8("Status: sending alert email for Server Room:" +
+                                                      p.ProbeName.bytes() + " (probe 1)...")));
+    const QList<QJsonObject> mail = server.waitForMessages(3);
+    ASSERT_EQ(mail.size(), 3);
+    QStringList to;
+    for (const QJsonObject &m : mail) {
+        to << m["to"].toArray().first().toString();
+        EXPECT_EQ(m["subject"].toString(), "Corvanta High Alarm on Server Room:" + p.ProbeName.str());
+        EXPECT_EQ(m["body"].toString().trimmed(),
+                  "High Alarm: 95.5 on Server Room, probe 01 in (no group specified), over 85.0, 1 of 1.");
+    }
+    EXPECT_EQ(to, QStringList({"a@lab.example", "b@lab.example", "c@lab.example"}));
+    for (const char *name : {"pwned1", "pwned2", "pwned3"}) {
+        EXPECT_FALSE(QFile::exists(f.path(name))) << name;
+        EXPECT_FALSE(QFile::exists(name)) << name;
+    }
+}
+
+TEST(AlertEmail, TheWorkingFilesAndTheScriptHoldExactlyWhatIsSent)
+{
+    AlertFixture f;
+    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T, T, T, T, T, T, T});
+    ProbeRecord &p = f.mailingProbe(d, 0); // port 0 sends on 25
+    ProbeRecord &seventh = *d.probe(6);
+    seventh = p;
+    seventh.ProbeNumber = 7;
+    seventh.ProbeName = "Inlet";
+    seventh.GroupName = "Row 2";
+    seventh.AlarmState = AlarmState::LowCaution;
+    seventh.EmailSMTPUser = "alarm";
+    seventh.EmailSMTPPass = "it's";
+    seventh.EmailTo = "a@lab.example ; b@lab.example  ";
+    seventh.EmailCautionSubject = "";
+    seventh.CurrentValueText = "38.5";
+    d.LastContactTimeVal = f.clock.now();
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 6, 40.0);
+    EXPECT_TRUE(f.queueDone());
+
+    EXPECT_EQ(f.state().status(), "Status: sending alert email for Lab:Inlet (probe 7)...");
+    EXPECT_TRUE(f.file("email_body.tmp").contains("Low Caution"));
+    EXPECT_EQ(f.file("email_recipients.tmp"), "a@lab.example\r\nb@lab.example");
+    // The list read back over the longer field keeps the field's tail: a
+    // second recipient "b@lab.examplee  " (kept as the mail program did).
+    const QByteArray mailer = QFile::encodeName(binDir()) + "/corvanta-mailer";
+    const QByteArray common = "'" + mailer + "' '" + f.root() + "/email_body.tmp' -server '127.0.0.1' -port 25 -to ";
+    const QByteArray rest = " -mailfrom 'monitor@lab.example' -s 'Corvanta Low Caution on Lab:Inlet' -u 'alarm' "
+                            "-pw 'it'\\''s' -noh2 -q\n";
+    EXPECT_EQ(f.file("alarm_email.sh").toStdString(),
+              ("#!/bin/sh\n\n" + common + "'a@lab.example'" + rest + common + "'b@lab.examplee  '" + rest).toStdString());
+}
+
+TEST(AlertEmail, ClearAndSwitchAlertsUseTheirFixedBodies)
+{
+    AlertFixture f;
+    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T, ProbeType::Switch});
+    ProbeRecord &p = f.mailingProbe(d, 1);
+    p.EmailTemplate = ""; // a clear needs no template
+    p.ProbeName = "Inlet";
+    p.ProbeNumber = 1;
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 0, kNoValue);
+    EXPECT_TRUE(f.queueDone());
+    EXPECT_EQ(f.file("email_body.tmp"), "An alarm condition has been cleared by the device named Lab\r\non the probe "
+                                        "named Inlet (probe number 01).\r\nThe alarm was cleared on Sat, Nov 14, "
+                                        "2026 at 13:05:09 PM.");
+    EXPECT_TRUE(f.file("alarm_email.sh").contains("-s 'Corvanta Alarm Cleared on Lab:Inlet'"));
+
+    ProbeRecord &door = *d.probe(1);
+    door = p;
+    door.ProbeType = ProbeType::Switch;
+    door.ProbeName = "Door";
+    door.ProbeNumber = 2;
+    door.AlarmState = AlarmState::HighAlarm;
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 1, 0);
+    EXPECT_TRUE(f.queueDone());
+    EXPECT_EQ(f.file("email_body.tmp"), "A switch alarm has been reported by the device named Lab\r\non the probe "
+                                        "named Door (probe number 02).\r\nThe alarm occured on Sat, Nov 14, 2026 at "
+                                        "13:05:09 PM.");
+    EXPECT_TRUE(f.file("alarm_email.sh").contains("-s 'Corvanta Switch Alarm on Lab:Door'"));
+}
+
+TEST(AlertEmail, ConfigurationFaultsAreLoggedOnlyWhenTheDeviceLogsThem)
+{
+    AlertFixture f;
+    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T, T, T});
+    ProbeRecord &p = *d.probe(2);
+    p.AlarmState = AlarmState::HighAlarm;
+    d.LogQueryFailures = 0;
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    EXPECT_FALSE(exists(f.state().folder().emailErrorLog()));
+
+    d.LogQueryFailures = 1;
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    p.SMTPServer = "127.0.0.1";
+    p.EmailTo = "ops@lab.example";
+    p.EmailFrom = "monitor@lab.example";
+    p.EmailTemplate = "";
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    writeFile(f.path("big.txt"), QByteArray(16385, 'x'));
+    p.EmailTemplate = f.path("big.txt");
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    p.EmailTemplate = f.path("Templates/DefaultEmailTemplate.txt");
+    p.EmailTo = f.path("missing.TXT");
+    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    EXPECT_TRUE(f.queueDone());
+    // Device counted from 0, probe from 1; entries run on with no line end.
+    const QByteArray prefix = "11-14-26 13:05:09: Sat, Nov 14, 2026 13:05:09 PM Error in configuration for device 0, "
+                              "probe 3: ";
+    EXPECT_EQ(f.file("EmailErrors.log").toStdString(),
+              (prefix + "no SMTP server specified" + prefix + "no email body template specified" + prefix +
+               "error reading template file" + prefix + "error opening email recipient list file")
+                  .toStdString());
+    // The body was written before the recipient list failed.
+    EXPECT_TRUE(exists(f.path("email_body.tmp")));
+    EXPECT_FALSE(exists(f.path("alarm_email.sh")));
+}
+
+TEST(AlertEmail, AQueryFailureMailsTheDevicesOwnSettingsAndCleansUp)
+{
+    SmtpServer server;
+    AlertFixture f;
+    f.alerts.emailQueue().setSpacing(300);
+    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T});
+    f.alerts.sendQueryFailureEmail(0); // off: nothing at all
+    EXPECT_TRUE(f.queueDone());
+    EXPECT_TRUE(f.messages.isEmpty());
+
+    d.SendQueryFailMessage = 1;
+    d.SMTPServerName = "127.0.0.1";
+    d.SMTPServerPort = 0;
+    f.alerts.sendQueryFailureEmail(0);
+    EXPECT_EQ(f.messages, QStringList{"Cannot send query failure alert: missing SMTP port for outgoing mail."});
+
+    d.SMTPServerPort = server.port();
+    d.EmailFromAddress = "monitor@lab.example";
+    d.EmailToAddress = "ops@lab.example";
+    d.EmailSubjectText = "$DEVICE_NAME is down";
+    d.QueryFailThreshold = 3;
+    f.alerts.sendQueryFailureEmail(0);
+    const QList<QJsonObject> mail = server.waitForMessages(1);
+    ASSERT_EQ(mail.size(), 1);
+    EXPECT_EQ(mail[0]["subject"].toString(), "$DEVICE_NAME is down");
+    EXPECT_EQ(mail[0]["body"].toString().trimmed(), "The device named Lab has not responded for 3 minutes.");
+    EXPECT_TRUE(f.file("email_test.sh").contains(" -noh2 -q -debug\n"));
+    EXPECT_TRUE(waitUntil([&] { return !exists(f.path("email_body.tmp")); }, 5000));
+    EXPECT_FALSE(exists(f.path("email_recipients.tmp")));
+    EXPECT_TRUE(exists(f.path("email_test.sh")));
+}
