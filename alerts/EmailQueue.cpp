@@ -4,8 +4,14 @@
 #include "FileWrite.h"
 #include "Spawn.h"
 
+#include <QCoreApplication>
+#include <QPointer>
+
 #include <cerrno>
 #include <cstdio>
+#include <memory>
+#include <thread>
+#include <unistd.h>
 
 namespace cz {
 
@@ -73,60 +79,79 @@ void EmailQueue::finishCurrent()
     next();
 }
 
+namespace {
+
+// Writes a job's files in order, on a worker thread: each is committed to
+// disk, which may take a while. Returns the first fault ("opening email
+// body", ...), or sets `stopped` where the job is meant to stop.
+QByteArray writeJobFiles(const QByteArray &root, const EmailJob &job, bool &stopped)
+{
+    stopped = false;
+    if (const char *fault = writeWorkingFile(root + "/email_body.tmp", job.body); *fault)
+        return QByteArray(fault) + " email body";
+    if (job.stop == EmailJob::Stop::AfterBody)
+        return stopped = true, QByteArray();
+    if (const char *fault = writeWorkingFile(root + "/email_recipients.tmp", job.recipients); *fault)
+        return QByteArray(fault) + " email recipient list";
+    if (job.stop == EmailJob::Stop::AfterRecipients)
+        return stopped = true, QByteArray();
+    if (*writeWorkingFile(root + '/' + job.scriptName, job.script))
+        return "creating " + job.scriptName;
+    stopped = job.stop == EmailJob::Stop::BeforeStart;
+    return {};
+}
+
+} // namespace
+
 void EmailQueue::next()
 {
-    while (!busy_ && !jobs_.empty()) {
-        EmailJob job = std::move(jobs_.front());
-        jobs_.pop_front();
-        const QByteArray root = app_.folder().root;
-        const char *bodyFault = writeWorkingFile(root + "/email_body.tmp", job.body);
-        if (*bodyFault) {
-            job.fileError(QByteArray(bodyFault) + " email body");
-            continue;
-        }
-        if (job.stop == EmailJob::Stop::AfterBody) {
+    if (busy_ || jobs_.empty())
+        return;
+    auto job = std::make_shared<EmailJob>(std::move(jobs_.front()));
+    jobs_.pop_front();
+    busy_ = true;
+    const QByteArray root = app_.folder().root;
+    QPointer<EmailQueue> self(this);
+    std::thread([job, root, self] {
+        bool stopped = false;
+        const QByteArray fault = writeJobFiles(root, *job, stopped);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [job, self, fault, stopped] {
+                if (self)
+                    self->filesWritten(*job, fault, stopped);
+            },
+            Qt::QueuedConnection);
+    }).detach();
+}
+
+void EmailQueue::filesWritten(EmailJob &job, const QByteArray &fault, bool stopped)
+{
+    busy_ = false;
+    if (!fault.isEmpty() || stopped) {
+        if (stopped)
             job.stopped();
-            continue;
-        }
-        const char *listFault = writeWorkingFile(root + "/email_recipients.tmp", job.recipients);
-        if (*listFault) {
-            job.fileError(QByteArray(listFault) + " email recipient list");
-            continue;
-        }
-        if (job.stop == EmailJob::Stop::AfterRecipients) {
-            job.stopped();
-            continue;
-        }
-        const QByteArray scriptPath = root + '/' + job.scriptName;
-        if (*writeWorkingFile(scriptPath, job.script)) {
-            job.fileError("creating " + job.scriptName);
-            continue;
-        }
-        if (job.stop == EmailJob::Stop::BeforeStart) {
-            job.stopped();
-            continue;
-        }
-        const quint64 id = ++started_;
-        int error = 0;
-        if (job.run)
-            error = job.run(scriptPath);
         else
-            error = spawnDetached({"/bin/sh", {"sh", scriptPath}, root, job.showOutput}, this,
-                                  [this, id] { scriptEnded(id); });
-        emit jobStarted(id, error);
-        if (error) {
-            if (job.startError)
-                job.startError(shellErrorMessage(error));
-            if (job.pauseAfterFailedStart) {
-                busy_ = true;
-                spacing_.start();
-            }
-            continue;
-        }
-        busy_ = true;
-        removeAfter_ = job.removeWorkingFiles;
-        spacing_.start();
+            job.fileError(fault);
+        next();
+        return;
     }
+    const QByteArray root = app_.folder().root;
+    const QByteArray scriptPath = root + '/' + job.scriptName;
+    const quint64 id = ++started_;
+    const int error = job.run ? job.run(scriptPath)
+                              : spawnDetached({"/bin/sh", {"sh", scriptPath}, root, job.showOutput}, this,
+                                              [this, id] { scriptEnded(id); });
+    emit jobStarted(id, error);
+    if (error && job.startError)
+        job.startError(shellErrorMessage(error));
+    if (error && !job.pauseAfterFailedStart) {
+        next();
+        return;
+    }
+    busy_ = true;
+    removeAfter_ = !error && job.removeWorkingFiles;
+    spacing_.start();
 }
 
 } // namespace cz

@@ -59,6 +59,7 @@ signals:
 
 private:
     void next();
+    void filesWritten(EmailJob &job, const QByteArray &fault, bool stopped);
     void finishCurrent();
 
     AppState &app_;

@@ -6,7 +6,13 @@
 #include "EventLog.h"
 #include "ReplyParser.h"
 
+#include <QElapsedTimer>
+
 namespace cz {
+
+namespace {
+constexpr qint64 kApplySliceMs = 4;
+}
 
 void reportFailedAttempts(AppState &app, bool logQueryFailures, const PageResult &result)
 {
@@ -79,10 +85,18 @@ void DeviceQueryClient::startRequests()
 
 void DeviceQueryClient::applyReady()
 {
+    // Replies that came in together are applied a few milliseconds' worth
+    // at a time, so an alarm storm does not hold up the event loop.
+    QElapsedTimer slice;
+    slice.start();
     while (running_ && nextToApply_ < walk_.size()) {
         Pending &p = walk_[nextToApply_];
         if (p.device && !p.done)
             break;
+        if (slice.elapsed() >= kApplySliceMs) {
+            QMetaObject::invokeMethod(this, &DeviceQueryClient::applyReady, Qt::QueuedConnection);
+            break;
+        }
         ++nextToApply_;
         if (p.device && !apply(p))
             return; // the walk ended

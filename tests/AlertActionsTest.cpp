@@ -116,6 +116,7 @@ TEST(EmailSettingsTest, SendsATestToEachRecipientPausingAfterEach)
 
     fields.portText = QByteArray::number(server.port());
     ASSERT_TRUE(RunProbeEmailTest(context, fields, "Lab", kDefaultSubject, queue));
+    ASSERT_TRUE(waitUntil([&] { return console.running(); }));
     const QByteArray script = readFile(f.path("email_test.sh"));
     EXPECT_EQ(script.count("echo 'Press any key to test the next recipient in the list, or CTRL-C to abort.'\n"), 2);
     EXPECT_EQ(script.count("echo 'This is the last entry in the list.'\necho 'Press any key to exit...'\n"), 1);
