@@ -3,7 +3,7 @@
 set -e
 PACKAGES="g++ cmake ninja-build pkg-config qt6-base-dev qt6-serialport-dev qt6-multimedia-dev \
 libqcustomplot-dev libcurl4-openssl-dev libgif-dev libcpp-httplib-dev googletest libgtest-dev \
-python3-aiosmtpd fonts-liberation xvfb clang libclang-rt-14-dev curl"
+python3-aiosmtpd openssl fonts-liberation xvfb clang libclang-rt-14-dev curl"
 missing=""
 for p in $PACKAGES; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
