@@ -1,6 +1,7 @@
 #include "EmailTest.h"
 
 #include "AppState.h"
+#include "CFormat.h"
 #include "ProbeAlertEmail.h"
 #include "ScriptMail.h"
 #include "ShellQuote.h"
@@ -71,8 +72,8 @@ bool RunProbeEmailTest(const EmailTestContext &c, const EmailTestFields &f, cons
     EmailVariables v;
     v.currentValue = "99.0";
     v.alarmState = "Caution High";
-    v.alarmDate = alertDateText(now);
-    v.alarmTime = alertTimeText(now);
+    v.alarmDate = longDateText(now);
+    v.alarmTime = longTimeText(now);
     v.threshExceeded = "98.8";
     v.probeName = f.probeName;
     v.deviceName = deviceName;

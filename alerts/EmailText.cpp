@@ -24,24 +24,14 @@ QByteArray ExpandEmailVariables(QByteArray text, const EmailVariables &v)
     return text;
 }
 
-QByteArray alertDateText(std::int64_t t)
-{
-    return formatLocalTime(t, "%a, %b %d, %Y");
-}
-
-QByteArray alertTimeText(std::int64_t t)
-{
-    return formatLocalTime(t, "%H:%M:%S %p");
-}
-
 EmailVariables alertVariables(const DeviceRecord &device, const ProbeRecord &probe, const QByteArray &stateName,
                               double threshold)
 {
     EmailVariables v;
     v.currentValue = probe.CurrentValueText.bytes();
     v.alarmState = stateName;
-    v.alarmDate = alertDateText(device.LastContactTimeVal);
-    v.alarmTime = alertTimeText(device.LastContactTimeVal);
+    v.alarmDate = longDateText(device.LastContactTimeVal);
+    v.alarmTime = longTimeText(device.LastContactTimeVal);
     v.threshExceeded = threshold == kNoValue ? QByteArray("n/a") : formatFixed(threshold, 1);
     v.probeName = probe.ProbeName.bytes();
     v.deviceName = device.DeviceName.bytes();

@@ -22,10 +22,6 @@ struct EmailVariables {
 // that holds a later variable's name is replaced in turn.
 QByteArray ExpandEmailVariables(QByteArray text, const EmailVariables &values);
 
-// "Sun, Nov 22, 2026" and "04:10:06 AM" (24-hour clock, then AM/PM).
-QByteArray alertDateText(std::int64_t t);
-QByteArray alertTimeText(std::int64_t t);
-
 // The variables of a real alert on `probe`; `stateName` as chosen for it.
 EmailVariables alertVariables(const DeviceRecord &device, const ProbeRecord &probe, const QByteArray &stateName,
                               double threshold);

@@ -2,6 +2,7 @@
 
 #include "AppState.h"
 #include "EmailQueue.h"
+#include "CFormat.h"
 #include "EmailText.h"
 #include "EventLog.h"
 
@@ -25,7 +26,7 @@ public:
         if (!enabled_)
             return;
         const std::int64_t now = app_.clock().now();
-        const QByteArray line = alertDateText(now) + ' ' + alertTimeText(now) + " Error in configuration for device " +
+        const QByteArray line = longDateText(now) + ' ' + longTimeText(now) + " Error in configuration for device " +
                                 QByteArray::number(slot_) + ", probe " + QByteArray::number(probeIndex_ + 1) + ": " +
                                 reason;
         AppendErrorLog(app_.clock(), app_.folder().emailErrorLog(), line.left(1024));
@@ -100,7 +101,7 @@ void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIn
     const EmailVariables values = alertVariables(d, p, state, threshold);
     QByteArray body;
     const QByteArray number = values.probeNumber;
-    const QByteArray nowDate = alertDateText(now), nowTime = alertTimeText(now);
+    const QByteArray nowDate = longDateText(now), nowTime = longTimeText(now);
     const QByteArray names = d.DeviceName.bytes() + "\r\non the probe named " + p.ProbeName.bytes() +
                              " (probe number " + number + ").\r\n";
     if (p.ProbeType == ProbeType::Switch && int(p.AlarmState)) {

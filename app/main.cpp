@@ -1,57 +1,32 @@
-#include "CFormat.h"
+#include "AppMain.h"
 #include "CommandLine.h"
-#include "CorvantaApp.h"
-#include "SoundEffectPlayer.h"
-#include "TerminationSignals.h"
 
+#include <QApplication>
 #include <QCoreApplication>
-#include <QTextStream>
 
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 namespace {
 
-QString oneLine(QString text)
+// A window needs a display, or a platform chosen on purpose (offscreen).
+bool displayAvailable()
 {
-    return text.replace(QLatin1Char('\n'), QLatin1Char(' ')).simplified();
-}
-
-void printLoaded(const cz::AppState &state)
-{
-    QTextStream out(stdout);
-    out << "Data folder: " << QString::fromUtf8(state.folder().root) << '\n';
-    out << "Devices loaded: " << state.deviceCount << '\n';
-    for (int slot = 0; slot < state.deviceCount; ++slot) {
-        const cz::DeviceRecord &d = *state.devices[std::size_t(slot)];
-        int enabled = 0;
-        for (int i = 0; i < d.probeSlots(); ++i)
-            enabled += d.probe(i) && d.probe(i)->ProbeEnabled ? 1 : 0;
-        out << QStringLiteral("  %1. %2 (%3) at %4:%5, %6 probes (%7 enabled), every %8 s, logging %9\n")
-                   .arg(slot + 1)
-                   .arg(d.DeviceName.str(), d.DeviceModel.empty() ? QStringLiteral("no model") : d.DeviceModel.str(),
-                        d.DeviceAddress.str())
-                   .arg(d.DevicePort)
-                   .arg(d.ProbeCount)
-                   .arg(enabled)
-                   .arg(d.QueryInterval)
-                   .arg(d.LoggingEnabled ? "on" : "off");
-    }
-    out.flush();
+    for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        if (const char *value = std::getenv(name); value && *value)
+            return true;
+    return false;
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication qapp(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("Corvanta Zephtra"));
-    QCoreApplication::setApplicationVersion(QStringLiteral("1.41"));
-    // Files and logs are written in the C locale whatever the user's is.
-    std::setlocale(LC_NUMERIC, "C");
-
-    QStringList args = QCoreApplication::arguments();
-    args.removeFirst();
+    QStringList args;
+    for (int i = 1; i < argc; ++i)
+        args.append(QString::fromLocal8Bit(argv[i]));
     const cz::CommandLine cl = cz::CommandLine::parse(args);
     if (!cl.error.isEmpty()) {
         std::fprintf(stderr, "corvanta-zephtra: %s\n%s", qPrintable(cl.error), qPrintable(cz::CommandLine::usage()));
@@ -65,52 +40,17 @@ int main(int argc, char *argv[])
         std::puts("Corvanta Zephtra, Version 1.41  (build 102612)");
         return 0;
     }
-    if (!cl.headless)
-        std::fputs("corvanta-zephtra: this build has no window yet; running headless.\n", stderr);
-
-    cz::SoundEffectPlayer sound;
-    cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
-    cz::AppState &state = app.state();
-    QObject::connect(&state, &cz::AppState::message, [](cz::MessageIcon, const QString &text) {
-        std::fprintf(stderr, "%s\n", qPrintable(oneLine(text)));
-    });
-
-    QString lockError;
-    if (!app.takeInstanceLock(&lockError)) {
-        std::fprintf(stderr, "%s\n", qPrintable(lockError));
-        return 1;
-    }
-
-    cz::TerminationSignals termination;
-    QObject::connect(&termination, &cz::TerminationSignals::received, &qapp, [&app] {
-        app.shutDown();
-        QCoreApplication::exit(0);
-    });
-
-    app.startUp();
-    printLoaded(state);
-    std::puts("Press Ctrl+C (or send SIGTERM) to save the settings and device files and exit.");
-    std::fflush(stdout);
-    // Every alarm event as the probe's event log gets it.
-    app.evaluation().onEvent = [&state](int slot, int probeIndex, const QByteArray &message) {
-        const cz::DeviceRecord *d = state.device(slot);
-        const cz::ProbeRecord *p = d ? d->probe(probeIndex) : nullptr;
-        if (!p)
-            return;
-        std::printf("%s %s probe %02d (%s): %s\n", cz::clockText(state.clock().now()).constData(),
-                    d->DeviceName.bytes().constData(), probeIndex + 1, p->ProbeName.bytes().constData(),
-                    message.constData());
-        std::fflush(stdout);
-    };
-
-    QObject::connect(&state, &cz::AppState::statusChanged, [last = QString()](const QString &status) mutable {
-        if (status == last)
-            return;
-        last = status;
-        std::printf("%s\n", qPrintable(status));
-        std::fflush(stdout);
-    });
-
-    app.startMonitoring();
-    return QCoreApplication::exec();
+    const bool window = !cl.headless && displayAvailable();
+    if (!cl.headless && !window)
+        std::fputs("corvanta-zephtra: no display; running headless.\n", stderr);
+    std::unique_ptr<QCoreApplication> application;
+    if (window)
+        application = std::make_unique<QApplication>(argc, argv);
+    else
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Corvanta Zephtra"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("1.41"));
+    // Files and logs are written in the C locale whatever the user's is.
+    std::setlocale(LC_NUMERIC, "C");
+    return window ? runWindow(cl) : runHeadless(cl);
 }

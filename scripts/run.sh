@@ -16,6 +16,6 @@ trap 'kill $simulator 2>/dev/null' EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 case " $* " in
-  *" --data-dir "*) build/bin/corvanta-zephtra --headless "$@" ;;
-  *) build/bin/corvanta-zephtra --headless --data-dir "$data" "$@" ;;
+  *" --data-dir "*) build/bin/corvanta-zephtra "$@" ;;
+  *) build/bin/corvanta-zephtra --data-dir "$data" "$@" ;;
 esac

@@ -23,5 +23,9 @@ QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern);
 
 inline QByteArray dateText(std::int64_t t) { return formatLocalTime(t, "%m-%d-%y"); }
 inline QByteArray clockText(std::int64_t t) { return formatLocalTime(t, "%H:%M:%S"); }
+// "Sun, Nov 22, 2026" and "14:05:09 PM" (24-hour clock, then AM/PM), the
+// forms of the probe list and the alert e-mail.
+inline QByteArray longDateText(std::int64_t t) { return formatLocalTime(t, "%a, %b %d, %Y"); }
+inline QByteArray longTimeText(std::int64_t t) { return formatLocalTime(t, "%H:%M:%S %p"); }
 
 } // namespace cz

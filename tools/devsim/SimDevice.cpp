@@ -1,5 +1,9 @@
 #include "SimDevice.h"
 
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+
 #include <QJsonArray>
 
 #include <cmath>
@@ -195,5 +199,24 @@ SimDevice SimDevice::generated(const QByteArray &model, int probeCount, int numb
     }
     return d;
 }
+
+bool loadSimConfig(const QString &path, QList<SimDevice> &devices, QString &error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("cannot read %1: %2").arg(path, file.errorString());
+        return false;
+    }
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
+    if (!doc.isObject()) {
+        error = QStringLiteral("%1: not a device list (%2)").arg(path, parseError.errorString());
+        return false;
+    }
+    for (const QJsonValue &v : doc.object().value("devices").toArray())
+        devices.append(SimDevice::fromJson(v.toObject()));
+    return true;
+}
+
 
 } // namespace devsim

@@ -79,4 +79,8 @@ struct SimDevice {
     static SimDevice generated(const QByteArray &model, int probeCount, int number);
 };
 
+// Reads a JSON device list ({"devices": [...]}) into `devices`; false with
+// `error` set when the file cannot be used.
+bool loadSimConfig(const QString &path, QList<SimDevice> &devices, QString &error);
+
 } // namespace devsim

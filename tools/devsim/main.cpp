@@ -4,35 +4,11 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 
 #include <cstdio>
 
 using namespace devsim;
 
-namespace {
-
-bool loadConfig(const QString &path, QList<SimDevice> &devices, QString &error)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read %1: %2").arg(path, file.errorString());
-        return false;
-    }
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
-    if (!doc.isObject()) {
-        error = QStringLiteral("%1: not a device list (%2)").arg(path, parseError.errorString());
-        return false;
-    }
-    for (const QJsonValue &v : doc.object().value("devices").toArray())
-        devices.append(SimDevice::fromJson(v.toObject()));
-    return true;
-}
-
-} // namespace
 
 int main(int argc, char **argv)
 {
@@ -60,11 +36,11 @@ int main(int argc, char **argv)
 
     QList<SimDevice> devices;
     QString error;
-    if (parser.isSet(demo) && !loadConfig(":/devsim/demo.json", devices, error)) {
+    if (parser.isSet(demo) && !loadSimConfig(":/devsim/demo.json", devices, error)) {
         std::fprintf(stderr, "corvanta-devsim: %s\n", qPrintable(error));
         return 1;
     }
-    if (parser.isSet(config) && !loadConfig(parser.value(config), devices, error)) {
+    if (parser.isSet(config) && !loadSimConfig(parser.value(config), devices, error)) {
         std::fprintf(stderr, "corvanta-devsim: %s\n", qPrintable(error));
         return 1;
     }

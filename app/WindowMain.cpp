@@ -1,0 +1,60 @@
+// The program with its window: splash, the main sheet, message boxes for
+// the engine's messages, and the saving close.
+#include "AppMain.h"
+
+#include "CorvantaApp.h"
+#include "DeviceListPage.h"
+#include "MainSheet.h"
+#include "Prompter.h"
+#include "SoundEffectPlayer.h"
+#include "SplashWindow.h"
+#include "TerminationSignals.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPointer>
+#include <QTimer>
+
+int runWindow(const cz::CommandLine &cl)
+{
+    cz::SoundEffectPlayer sound;
+    cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
+    QString lockError;
+    if (!app.takeInstanceLock(&lockError)) {
+        QMessageBox::critical(nullptr, QStringLiteral("Corvanta Zephtra"), lockError);
+        return 1;
+    }
+    QPointer<cz::SplashWindow> splash;
+    if (!cl.noSplash) {
+        splash = new cz::SplashWindow;
+        splash->setAttribute(Qt::WA_DeleteOnClose);
+        splash->show();
+        splash->repaint();
+        QApplication::processEvents();
+    }
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    app.startUp();
+    cz::MessageBoxPrompter prompter;
+    cz::MainSheet sheet(app.state(), app.queryCycle(), app.queryClient(), prompter);
+    QObject::connect(&app.state(), &cz::AppState::message, &sheet,
+                     [&](cz::MessageIcon icon, const QString &text) { prompter.tell(&sheet, icon, text); });
+    sheet.shutDown = [&app] { app.shutDown(); };
+    cz::TerminationSignals termination;
+    QObject::connect(&termination, &cz::TerminationSignals::received, &sheet, [&] {
+        app.state().ShuttingDown = 1; // a signal asks no question
+        sheet.close();
+    });
+    sheet.placeCentred();
+    QApplication::restoreOverrideCursor();
+    if (app.state().settings.StartMinimized)
+        sheet.showMinimized();
+    else
+        sheet.show();
+    QTimer::singleShot(4000, [splash] {
+        if (splash)
+            splash->close();
+    });
+    app.startMonitoring();
+    QApplication::setQuitOnLastWindowClosed(true);
+    return QApplication::exec();
+}

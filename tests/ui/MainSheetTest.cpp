@@ -1,0 +1,138 @@
+// The main window on the engine: the close question and the saving close,
+// and pictures of the window with the demo devices.
+#include "CorvantaApp.h"
+#include "DeviceListPage.h"
+#include "MainSheet.h"
+#include "NetTestSupport.h"
+#include "ProbeListView.h"
+#include "ProbeTableModel.h"
+#include "ScriptedPrompter.h"
+#include "SimDevice.h"
+#include "SoundPlayer.h"
+#include "SplashWindow.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QLabel>
+#include <QTabWidget>
+
+#include <gtest/gtest.h>
+
+using namespace cz;
+using namespace cz::test;
+
+namespace {
+
+class Silent final : public SoundPlayer {
+public:
+    void play(const QByteArray &) override {}
+};
+
+// The program on a copy of the demo data folder, its devices served by
+// simulated devices in this process.
+struct WindowFixture {
+    WindowFixture()
+    {
+        copyFolder(QStringLiteral(CZ_SOURCE_DIR "/demo"), dir.path());
+        CommandLine cl;
+        cl.dataDir = dir.path();
+        app = std::make_unique<CCorvantaApp>(cl, QStringLiteral(CZ_BIN_DIR), clock, sound);
+        app->startUp();
+        QList<devsim::SimDevice> devices;
+        QString error;
+        EXPECT_TRUE(devsim::loadSimConfig(QStringLiteral(CZ_SOURCE_DIR "/tools/devsim/demo.json"), devices, error));
+        for (int slot = 0; slot < app->state().deviceCount; ++slot) {
+            devices[slot].port = 0;
+            app->state().device(slot)->DevicePort = sim.port(sim.addDevice(devices[slot]));
+        }
+        sheet = std::make_unique<MainSheet>(app->state(), app->queryCycle(), app->queryClient(), prompter);
+        sheet->shutDown = [this] { app->shutDown(); };
+    }
+    static void copyFolder(const QString &from, const QString &to)
+    {
+        QDir().mkpath(to);
+        for (const QFileInfo &entry : QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot)) {
+            if (entry.isDir())
+                copyFolder(entry.filePath(), to + '/' + entry.fileName());
+            else
+                QFile::copy(entry.filePath(), to + '/' + entry.fileName());
+        }
+    }
+    void tick()
+    {
+        app->queryCycle().tick();
+        EXPECT_TRUE(waitUntil([&] { return !app->queryClient().walkRunning(); }));
+        QCoreApplication::processEvents();
+    }
+    void picture(QWidget &widget, const QString &name)
+    {
+        const QString folder = QStringLiteral(CZ_BIN_DIR "/../screenshots");
+        QDir().mkpath(folder);
+        EXPECT_TRUE(widget.grab().save(folder + '/' + name));
+    }
+    QTemporaryDir dir;
+    ManualClock clock{1794661509};
+    Silent sound;
+    devsim::DeviceSimulator sim;
+    std::unique_ptr<CCorvantaApp> app;
+    ScriptedPrompter prompter;
+    std::unique_ptr<MainSheet> sheet;
+};
+
+} // namespace
+
+TEST(MainSheet, ShowsEveryDeviceAndItsProbesLive)
+{
+    WindowFixture f;
+    MainSheet &sheet = *f.sheet;
+    ASSERT_EQ(sheet.tabs().count(), 5);
+    EXPECT_EQ(sheet.tabs().tabText(0), "Device List");
+    EXPECT_EQ(sheet.tabs().tabText(1), "Server Room");
+    EXPECT_EQ(sheet.minimumSize(), QSize(764, 674));
+    sheet.placeCentred();
+    sheet.show();
+
+    // Rack A Intake at the top of its swing (alarm), Freezer 3 stepped up
+    // (caution), the rest normal.
+    f.sim.freezeTime(50);
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+    EXPECT_EQ(sheet.statusLine().text(), "Status: monitoring devices...");
+    ProbeTableModel &model = sheet.deviceList().model();
+    QStringList states;
+    for (int row = 0; row < model.rowCount(); ++row)
+        states << model.index(row, model.columnOfKind(7)).data().toString();
+    EXPECT_TRUE(states.contains("Alarm High"));
+    EXPECT_TRUE(states.contains("Caution High"));
+    EXPECT_TRUE(states.contains("Normal"));
+    f.picture(sheet, "main-window.png");
+    sheet.tabs().setCurrentIndex(1);
+    f.picture(sheet, "device-page.png");
+    SplashWindow splash;
+    f.picture(splash, "splash.png");
+}
+
+TEST(MainSheet, ClosingAsksThenSavesAndLogsTheShutdown)
+{
+    WindowFixture f;
+    MainSheet &sheet = *f.sheet;
+    sheet.show();
+    f.prompter.answers = {false};
+    EXPECT_FALSE(sheet.close());
+    EXPECT_EQ(f.prompter.questions, QStringList{"Close the program and stop monitoring devices?"});
+    EXPECT_EQ(f.app->state().ShuttingDown, 0);
+
+    f.sim.freezeTime(50);
+    f.tick();
+    f.prompter.answers = {true};
+    EXPECT_TRUE(sheet.close());
+    EXPECT_EQ(f.app->state().ShuttingDown, 1);
+    EXPECT_EQ(sheet.statusLine().text(), "Status: shutting down...");
+    const DeviceRecord &d = *f.app->state().device(0);
+    const QByteArray log = readFile(d.probe(0)->LogFile.bytes());
+    EXPECT_TRUE(log.endsWith("Corvanta Zephtra program shutting down.\r\n")) << log.constData();
+    // The extremes of the run are in the device file.
+    const QByteArray file = readFile(f.app->state().folder().deviceFile("Server Room"));
+    EXPECT_TRUE(file.contains("HighestTemp=88.00")) << file.constData();
+}

@@ -1,0 +1,57 @@
+// The "Device List" page: the probe list and its eight buttons.
+#pragma once
+
+#include <QWidget>
+
+class QPushButton;
+
+namespace cz {
+
+class AppState;
+class ProbeListView;
+class ProbeStatusWindows;
+class ProbeTableModel;
+class Prompter;
+struct ProbeRecord;
+
+class DeviceListPage final : public QWidget {
+    Q_OBJECT
+public:
+    DeviceListPage(AppState &app, Prompter &prompter, QWidget *parent = nullptr);
+
+    // Rows and columns anew (devices added or removed), then sorted.
+    void rebuild();
+    // The cells whose records changed since the last refresh.
+    void refresh();
+    ProbeTableModel &model() { return *model_; }
+    ProbeListView &list() { return *list_; }
+    ProbeStatusWindows &statusWindows() { return *statusWindows_; }
+
+    // The buttons, by what they do.
+    QPushButton *addButton, *configureButton, *disableButton, *enableButton, *deleteButton, *showHideButton,
+        *programButton, *aboutButton;
+
+    void enableSelected(bool enable);
+    void toggleDisabledProbes();
+    void deleteSelectedDevice();
+    void configureSelectedDevice();
+    void showAbout();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    // The one device the selection lies in, or -1 after saying why not.
+    int selectedDevice(const QString &manyDevicesText);
+    void updateButtonsAfterClick(bool onRow);
+    void updateShowHideButton();
+    void notAvailable(const QString &what);
+
+    AppState &app_;
+    Prompter &prompter_;
+    ProbeTableModel *model_;
+    ProbeListView *list_;
+    ProbeStatusWindows *statusWindows_;
+};
+
+} // namespace cz

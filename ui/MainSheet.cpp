@@ -1,0 +1,171 @@
+#include "MainSheet.h"
+
+#include "AppState.h"
+#include "DeviceListPage.h"
+#include "DeviceQueryClient.h"
+#include "ProbeStatusWindows.h"
+#include "Prompter.h"
+#include "QueryCycle.h"
+#include "SplashWindow.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QScreen>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTimer>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace cz {
+
+namespace {
+
+constexpr int kWidth = 764, kHeight = 674;
+
+// A device's page until its chart is built: says so plainly.
+QWidget *devicePlaceholder(const QString &deviceName, QWidget *parent)
+{
+    auto *page = new QWidget(parent);
+    auto *layout = new QVBoxLayout(page);
+    auto *text = new QLabel(QStringLiteral("%1\n\nThe chart of this device is not part of this build yet.\n"
+                                           "Its probes are on the \"Device List\" page.")
+                                .arg(deviceName),
+                            page);
+    text->setAlignment(Qt::AlignCenter);
+    text->setEnabled(false);
+    layout->addWidget(text);
+    return page;
+}
+
+} // namespace
+
+MainSheet::MainSheet(AppState &app, QueryCycle &cycle, DeviceQueryClient &client, Prompter &prompter, QWidget *parent)
+    : QWidget(parent), app_(app), prompter_(prompter)
+{
+    setWindowTitle(QStringLiteral("Corvanta Zephtra"));
+    setWindowIcon(QIcon(programIcon(64)));
+    setMinimumSize(kWidth, kHeight);
+    auto *layout = new QVBoxLayout(this);
+    tabs_ = new QTabWidget(this);
+    tabs_->tabBar()->setUsesScrollButtons(true);
+    tabs_->tabBar()->setExpanding(false);
+    deviceList_ = new DeviceListPage(app, prompter, tabs_);
+    deviceList_->setWindowIcon(windowIcon());
+    tabs_->addTab(deviceList_, QStringLiteral("Device List"));
+    for (int slot = 0; slot < app_.deviceCount; ++slot)
+        addDevicePage(slot);
+    layout->addWidget(tabs_, 1);
+
+    auto *bottom = new QHBoxLayout;
+    status_ = new QLabel(app_.status(), this);
+    QFont statusFont(QStringLiteral("Liberation Sans"));
+    statusFont.setPixelSize(14);
+    status_->setFont(statusFont);
+    status_->setTextFormat(Qt::PlainText);
+    status_->setMinimumWidth(kWidth / 2);
+    bottom->addSpacing(12);
+    bottom->addWidget(status_, 1);
+    auto *help = new QPushButton(QStringLiteral("Help"), this);
+    auto *ok = new QPushButton(QStringLiteral("OK"), this);
+    ok->setDefault(true);
+    bottom->addWidget(help);
+    bottom->addWidget(ok);
+    layout->addLayout(bottom);
+    connect(ok, &QPushButton::clicked, this, &QWidget::close);
+    connect(help, &QPushButton::clicked, this, &MainSheet::openHelp);
+
+    connect(&app_, &AppState::statusChanged, status_, &QLabel::setText);
+    connect(&client, &DeviceQueryClient::replyApplied, this, &MainSheet::scheduleRefresh);
+    connect(&cycle, &QueryCycle::statusWindowsRefresh, this, &MainSheet::scheduleRefresh);
+    connect(&app_, &AppState::deviceRemoved, this, [this](int slot) {
+        if (QWidget *page = tabs_->widget(slot + 1)) {
+            tabs_->removeTab(slot + 1);
+            page->deleteLater();
+        }
+    });
+    connect(&app_, &AppState::deviceRenamed, this, [this](int slot) {
+        if (const DeviceRecord *d = app_.device(slot))
+            tabs_->setTabText(slot + 1, QString::fromUtf8(d->DeviceName.bytes()));
+    });
+}
+
+void MainSheet::addDevicePage(int slot)
+{
+    const DeviceRecord *d = app_.device(slot);
+    const QString name = d ? QString::fromUtf8(d->DeviceName.bytes()) : QString();
+    tabs_->addTab(devicePlaceholder(name, tabs_), name);
+}
+
+void MainSheet::scheduleRefresh()
+{
+    // Replies that come together are shown together, once the loop is free.
+    if (refreshPending_)
+        return;
+    refreshPending_ = true;
+    QTimer::singleShot(0, this, [this] {
+        refreshPending_ = false;
+        deviceList_->refresh();
+    });
+}
+
+void MainSheet::placeCentred()
+{
+    resize(kWidth, kHeight);
+    if (const QScreen *screen = QGuiApplication::primaryScreen()) {
+        const QRect area = screen->geometry();
+        move(qMax(0, (area.width() - kWidth) / 2), qMax(0, (area.height() - kHeight) / 2));
+    }
+}
+
+void MainSheet::openHelp()
+{
+    const QString page = QFile::decodeName(app_.folder().help() + "/CorvantaZephtra_Help.html");
+    const QFileInfo info(page);
+    QString reason;
+    if (!info.dir().exists())
+        reason = QStringLiteral("The specified path was not found.");
+    else if (!info.exists())
+        reason = QStringLiteral("The specified file was not found.");
+    else if (!info.isReadable())
+        reason = QStringLiteral("The operating system denied access to the specified file.");
+    else if (!QDesktopServices::openUrl(QUrl::fromLocalFile(page)))
+        reason = QStringLiteral("There is no application associated with the given file name extension.");
+    if (!reason.isEmpty())
+        prompter_.tell(this, MessageIcon::Error, QStringLiteral("ShellExecute failed (embedded help) -- reason: ") + reason);
+}
+
+void MainSheet::closeEvent(QCloseEvent *event)
+{
+    if (!app_.ShuttingDown) {
+        if (!prompter_.ask(this, QStringLiteral("Close the program and stop monitoring devices?"))) {
+            event->ignore();
+            return;
+        }
+        app_.ShuttingDown = 1;
+    }
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    QDialog notice(this);
+    notice.setWindowTitle(QStringLiteral("Saving Data..."));
+    auto *text = new QLabel(QStringLiteral("Please wait a moment, Corvanta Zephtra\n  is saving device and configuration data."),
+                            &notice);
+    (new QVBoxLayout(&notice))->addWidget(text);
+    notice.show();
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    if (shutDown)
+        shutDown();
+    notice.close();
+    deviceList_->statusWindows().closeAll();
+    QApplication::restoreOverrideCursor();
+    event->accept();
+}
+
+} // namespace cz

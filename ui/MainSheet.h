@@ -1,0 +1,54 @@
+// The main window "Corvanta Zephtra": the "Device List" page, one page per
+// device, the status line, and the close that saves everything.
+#pragma once
+
+#include <QWidget>
+
+#include <functional>
+
+class QLabel;
+class QPushButton;
+class QTabWidget;
+
+namespace cz {
+
+class AppState;
+class DeviceListPage;
+class DeviceQueryClient;
+class Prompter;
+class QueryCycle;
+
+class MainSheet final : public QWidget {
+    Q_OBJECT
+public:
+    MainSheet(AppState &app, QueryCycle &cycle, DeviceQueryClient &client, Prompter &prompter,
+              QWidget *parent = nullptr);
+
+    // Called once closing is confirmed, while the "Saving Data..." notice
+    // shows: saves the settings and devices and logs the shutdown.
+    std::function<void()> shutDown;
+
+    DeviceListPage &deviceList() { return *deviceList_; }
+    QTabWidget &tabs() { return *tabs_; }
+    QLabel &statusLine() { return *status_; }
+    // Places the window at the centre of the screen at its first size.
+    void placeCentred();
+    // Opens the help page; a failure says why.
+    void openHelp();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void addDevicePage(int slot);
+    void scheduleRefresh();
+
+    AppState &app_;
+    Prompter &prompter_;
+    QTabWidget *tabs_;
+    DeviceListPage *deviceList_;
+    QLabel *status_;
+    bool refreshPending_ = false;
+};
+
+} // namespace cz

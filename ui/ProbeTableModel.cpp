@@ -1,0 +1,145 @@
+#include "ProbeTableModel.h"
+
+#include "AppState.h"
+#include "DeviceFile.h"
+#include "ProbeCells.h"
+
+namespace cz {
+
+namespace {
+
+constexpr std::uint64_t kRowColourBits = ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::ProbeEnabled;
+
+} // namespace
+
+ProbeTableModel::ProbeTableModel(AppState &app, QObject *parent) : QAbstractTableModel(parent), app_(app) {}
+
+void ProbeTableModel::rebuild()
+{
+    beginResetModel();
+    entries_.clear();
+    kinds_.clear();
+    titles_.clear();
+    for (int e = 0; e < kListColumns; ++e) {
+        const ListColumn &c = app_.settings.Columns[std::size_t(e)];
+        if (c.Enabled != 1)
+            continue;
+        entries_.append(e);
+        titles_.append(QString::fromUtf8(c.Title.bytes()));
+        kinds_.append(columnKind(titles_.last()));
+    }
+    rows_.clear();
+    const bool showDisabled = app_.settings.ShowDisabledProbes != 0;
+    for (int slot = 0; slot < app_.deviceCount; ++slot) {
+        const DeviceRecord *d = app_.device(slot);
+        for (int i = 0; d && i < d->ProbeCount && i < d->probeSlots(); ++i)
+            if (const ProbeRecord *p = d->probe(i); p && (p->ProbeEnabled || showDisabled))
+                rows_.append(p);
+    }
+    endResetModel();
+}
+
+void ProbeTableModel::showDisabledProbes(bool show)
+{
+    if (show) {
+        for (int slot = 0; slot < app_.deviceCount; ++slot) {
+            const DeviceRecord *d = app_.device(slot);
+            for (int i = 0; d && i < d->ProbeCount && i < d->probeSlots(); ++i) {
+                const ProbeRecord *p = d->probe(i);
+                if (p && !p->ProbeEnabled && !rows_.contains(p)) {
+                    beginInsertRows({}, int(rows_.size()), int(rows_.size()));
+                    rows_.append(p);
+                    endInsertRows();
+                }
+            }
+        }
+        return;
+    }
+    for (int row = int(rows_.size()) - 1; row >= 0; --row) {
+        if (!rows_[row]->ProbeEnabled) {
+            beginRemoveRows({}, row, row);
+            rows_.removeAt(row);
+            endRemoveRows();
+        }
+    }
+}
+
+void ProbeTableModel::refresh()
+{
+    const int columns = int(kinds_.size());
+    QList<std::uint64_t> bits(columns);
+    QList<bool> deviceColumn(columns);
+    for (int c = 0; c < columns; ++c) {
+        bits[c] = columnChangeBits(kinds_[c]);
+        deviceColumn[c] = isDeviceColumn(kinds_[c]);
+    }
+    for (int row = 0; row < rows_.size(); ++row) {
+        const ProbeRecord &p = *rows_[row];
+        const DeviceRecord *d = app_.device(p.DeviceNumber);
+        const std::uint64_t changed = p.ShownChanges;
+        const bool deviceChanged = d && d->ShownChanges;
+        if (!changed && !deviceChanged)
+            continue;
+        if (changed & kRowColourBits) {
+            emit dataChanged(index(row, 0), index(row, columns - 1), {Qt::DisplayRole, Qt::BackgroundRole});
+            continue;
+        }
+        // One announcement per run of neighbouring changed columns.
+        for (int c = 0; c < columns; ++c) {
+            if (!(bits[c] & changed) && !(deviceChanged && deviceColumn[c]))
+                continue;
+            int last = c;
+            while (last + 1 < columns && ((bits[last + 1] & changed) || (deviceChanged && deviceColumn[last + 1])))
+                ++last;
+            emit dataChanged(index(row, c), index(row, last), {Qt::DisplayRole});
+            c = last;
+        }
+    }
+    for (const ProbeRecord *p : rows_)
+        const_cast<ProbeRecord *>(p)->ShownChanges = 0;
+    for (int slot = 0; slot < app_.deviceCount; ++slot)
+        if (DeviceRecord *d = app_.device(slot))
+            d->ShownChanges = 0;
+}
+
+int ProbeTableModel::columnOfKind(int kind) const
+{
+    return int(kinds_.indexOf(kind));
+}
+
+int ProbeTableModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(rows_.size());
+}
+
+int ProbeTableModel::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(kinds_.size());
+}
+
+QVariant ProbeTableModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || index.row() >= rows_.size() || index.column() >= kinds_.size())
+        return {};
+    const ProbeRecord &p = *rows_[index.row()];
+    if (role == Qt::DisplayRole) {
+        const DeviceRecord *d = app_.device(p.DeviceNumber);
+        return d ? probeCellText(kinds_[index.column()], *d, p) : QString();
+    }
+    if (role == Qt::BackgroundRole) {
+        const QColor colour = rowColour(app_.settings, p);
+        return colour.isValid() ? QVariant(colour) : QVariant();
+    }
+    if (role == Qt::ForegroundRole && p.ProbeEnabled)
+        return QColor(Qt::black); // readable on every alarm colour
+    return {};
+}
+
+QVariant ProbeTableModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
+        return titles_.value(section);
+    return {};
+}
+
+} // namespace cz
