@@ -41,7 +41,7 @@ QPixmap splashPicture()
     sky.setColorAt(1, QColor(10, 24, 40));
     p.fillRect(pixmap.rect(), sky);
     // Sensor boxes on a network.
-    const QPointF nodes[] = {{300, 70}, {420, 95}, {350, 170}, {440, 210}, {270, 220}};
+    const QPointF nodes[] = {{335, 62}, {440, 100}, {380, 175}, {448, 220}, {318, 228}};
     p.setPen(QPen(QColor(80, 140, 190), 2));
     for (int i = 0; i < 5; ++i)
         for (int j = i + 1; j < 5; ++j)
