@@ -4,11 +4,11 @@
 #include "FileWrite.h"
 #include "Spawn.h"
 
-#include <QCoreApplication>
 #include <QPointer>
 
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <memory>
 #include <thread>
 #include <unistd.h>
@@ -17,17 +17,16 @@ namespace cz {
 
 namespace {
 
-// Writes `bytes` to `path` (created or truncated), flushed to disk.
+// Writes `bytes` to `path` (created or truncated), committed to disk.
 // Returns "" or the fault: "opening" or "writing".
 const char *writeWorkingFile(const QByteArray &path, const QByteArray &bytes)
 {
-    std::FILE *f = std::fopen(path.constData(), "wb");
-    if (!f)
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
         return "opening";
-    const bool written = std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), f) == std::size_t(bytes.size());
-    const bool flushed = std::fflush(f) == 0 && ::fsync(fileno(f)) == 0;
-    std::fclose(f);
-    return written && flushed ? "" : "writing";
+    const bool written = writeFully(fd, bytes) == 0 && ::fsync(fd) == 0;
+    ::close(fd);
+    return written ? "" : "writing";
 }
 
 } // namespace
@@ -71,9 +70,8 @@ void EmailQueue::finishCurrent()
 {
     busy_ = false;
     if (removeAfter_) {
-        const DataFolder &f = app_.folder();
-        std::remove((f.root + "/email_body.tmp").constData());
-        std::remove((f.root + "/email_recipients.tmp").constData());
+        std::remove(app_.folder().emailBodyFile().constData());
+        std::remove(app_.folder().emailRecipientsFile().constData());
         removeAfter_ = false;
     }
     next();
@@ -84,18 +82,18 @@ namespace {
 // Writes a job's files in order, on a worker thread: each is committed to
 // disk, which may take a while. Returns the first fault ("opening email
 // body", ...), or sets `stopped` where the job is meant to stop.
-QByteArray writeJobFiles(const QByteArray &root, const EmailJob &job, bool &stopped)
+QByteArray writeJobFiles(const DataFolder &folder, const EmailJob &job, bool &stopped)
 {
     stopped = false;
-    if (const char *fault = writeWorkingFile(root + "/email_body.tmp", job.body); *fault)
+    if (const char *fault = writeWorkingFile(folder.emailBodyFile(), job.body); *fault)
         return QByteArray(fault) + " email body";
     if (job.stop == EmailJob::Stop::AfterBody)
         return stopped = true, QByteArray();
-    if (const char *fault = writeWorkingFile(root + "/email_recipients.tmp", job.recipients); *fault)
+    if (const char *fault = writeWorkingFile(folder.emailRecipientsFile(), job.recipients); *fault)
         return QByteArray(fault) + " email recipient list";
     if (job.stop == EmailJob::Stop::AfterRecipients)
         return stopped = true, QByteArray();
-    if (*writeWorkingFile(root + '/' + job.scriptName, job.script))
+    if (*writeWorkingFile(folder.root + '/' + job.scriptName, job.script))
         return "creating " + job.scriptName;
     stopped = job.stop == EmailJob::Stop::BeforeStart;
     return {};
@@ -110,18 +108,13 @@ void EmailQueue::next()
     auto job = std::make_shared<EmailJob>(std::move(jobs_.front()));
     jobs_.pop_front();
     busy_ = true;
-    const QByteArray root = app_.folder().root;
-    QPointer<EmailQueue> self(this);
-    std::thread([job, root, self] {
+    const DataFolder folder = app_.folder();
+    QPointer<QObject> self(this);
+    std::thread([job, folder, self, this] {
         bool stopped = false;
-        const QByteArray fault = writeJobFiles(root, *job, stopped);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [job, self, fault, stopped] {
-                if (self)
-                    self->filesWritten(*job, fault, stopped);
-            },
-            Qt::QueuedConnection);
+        const QByteArray fault = writeJobFiles(folder, *job, stopped);
+        // `this` is used only once `self` says the queue still exists.
+        postBack(self, [this, job, fault, stopped] { filesWritten(*job, fault, stopped); });
     }).detach();
 }
 

@@ -46,7 +46,6 @@ public:
     explicit EmailQueue(AppState &app, QObject *parent = nullptr);
 
     void enqueue(EmailJob job);
-    int pending() const { return int(jobs_.size()); }
     bool idle() const { return jobs_.empty() && !busy_; }
     // The longest wait after a start (3000 ms; shorter in tests).
     void setSpacing(int ms) { spacing_.setInterval(ms); }
@@ -70,7 +69,8 @@ private:
     quint64 started_ = 0;
 };
 
-// The message of the shell error table for an errno.
+// The message of the shell error table for an errno (also used for the
+// help page).
 QByteArray shellErrorMessage(int error);
 
 } // namespace cz

@@ -2,11 +2,8 @@
 
 #include "AppState.h"
 #include "CFormat.h"
-#include "ProbeAlertEmail.h"
 #include "ScriptMail.h"
 #include "ShellQuote.h"
-
-#include <QFileInfo>
 
 namespace cz {
 
@@ -16,8 +13,7 @@ namespace {
 // after showing the first fault.
 bool readConnection(const EmailTestContext &c, const EmailTestFields &f, MailCommand &command)
 {
-    command.mailer = mailerPath(c.app);
-    command.bodyFile = c.app.folder().root + "/email_body.tmp";
+    command = mailCommandFor(c.app);
     command.debug = true;
     command.server = f.server;
     if (f.server.isEmpty())
@@ -48,7 +44,7 @@ void queueTest(const EmailTestContext &c, EmailQueue &queue, const MailCommand &
     mail.run = c.run;
     auto report = c.report;
     mail.fault = [report](const QByteArray &text) { report(QString::fromUtf8(text)); };
-    queueScriptMail(c.app, queue, std::move(mail));
+    queueScriptMail(queue, std::move(mail));
 }
 
 } // namespace
@@ -59,10 +55,7 @@ bool RunProbeEmailTest(const EmailTestContext &c, const EmailTestFields &f, cons
     MailCommand command;
     if (!readConnection(c, f, command))
         return false;
-    QByteArray templatePath = f.templatePath;
-    if (!templatePath.isEmpty() &&
-        QFileInfo(QFile::decodeName(templatePath)).suffix().compare(QLatin1String("txt"), Qt::CaseInsensitive) != 0)
-        templatePath = c.app.folder().templates() + "/DefaultEmailTemplate.txt";
+    const QByteArray templatePath = templatePathOrDefault(c.app, f.templatePath);
     if (f.probeName.isEmpty())
         return c.report(QStringLiteral("Please designate a probe name.")), false;
     if (deviceName.isEmpty())
@@ -77,8 +70,8 @@ bool RunProbeEmailTest(const EmailTestContext &c, const EmailTestFields &f, cons
     v.threshExceeded = "98.8";
     v.probeName = f.probeName;
     v.deviceName = deviceName;
-    v.probeNumber = QByteArray::number(f.probeNumber).rightJustified(2, '0');
-    v.groupName = f.groupName.isEmpty() ? QByteArray("(no group specified)") : f.groupName;
+    v.probeNumber = probeNumberText(f.probeNumber);
+    v.groupName = groupNameText(f.groupName);
     v.consecutiveThresh = QByteArray::number(f.consecutiveIndex + 1);
     v.consecutiveCount = QByteArray::number(f.consecutiveIndex + 2);
 
@@ -106,10 +99,7 @@ bool RunQueryFailureEmailTest(const EmailTestContext &c, const EmailTestFields &
     if (f.body.isEmpty())
         return c.report(QStringLiteral("Please designate the text body of this message.")), false;
     command.subject = f.subject;
-    QByteArray body = f.body;
-    body.replace("$DEVICE_NAME", deviceName);
-    body.replace("$QUERY_THRESH", QByteArray::number(queryFailThreshold));
-    queueTest(c, queue, command, body, f.recipients);
+    queueTest(c, queue, command, expandQueryFailureBody(f.body, deviceName, queryFailThreshold), f.recipients);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "EmailText.h"
 
+#include "AppState.h"
 #include "CFormat.h"
 #include "History.h"
 #include "Records.h"
@@ -35,13 +36,42 @@ EmailVariables alertVariables(const DeviceRecord &device, const ProbeRecord &pro
     v.threshExceeded = threshold == kNoValue ? QByteArray("n/a") : formatFixed(threshold, 1);
     v.probeName = probe.ProbeName.bytes();
     v.deviceName = device.DeviceName.bytes();
-    v.probeNumber = QByteArray::number(probe.ProbeNumber).rightJustified(2, '0');
-    if (probe.ProbeNumber < 0)
-        v.probeNumber = QByteArray::number(probe.ProbeNumber);
-    v.groupName = probe.GroupName.empty() ? QByteArray("(no group specified)") : probe.GroupName.bytes();
+    v.probeNumber = probeNumberText(probe.ProbeNumber);
+    v.groupName = groupNameText(probe.GroupName.bytes());
     v.consecutiveCount = QByteArray::number(probe.ConsecutiveAlarmCount);
     v.consecutiveThresh = QByteArray::number(probe.ConsecutiveAlarmThreshold);
     return v;
+}
+
+QByteArray probeNumberText(int probeNumber)
+{
+    return QString::asprintf("%02d", probeNumber).toLatin1();
+}
+
+QByteArray groupNameText(const QByteArray &groupName)
+{
+    return groupName.isEmpty() ? QByteArray("(no group specified)") : groupName;
+}
+
+QByteArray expandQueryFailureBody(QByteArray body, const QByteArray &deviceName, int queryFailThreshold)
+{
+    body.replace("$DEVICE_NAME", deviceName);
+    body.replace("$QUERY_THRESH", QByteArray::number(queryFailThreshold));
+    return body;
+}
+
+namespace {
+
+bool hasTxtExtension(const QByteArray &path)
+{
+    return QFileInfo(QFile::decodeName(path)).suffix().compare(QLatin1String("txt"), Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+QByteArray templatePathOrDefault(const AppState &app, const QByteArray &path)
+{
+    return path.isEmpty() || hasTxtExtension(path) ? path : app.folder().defaultEmailTemplate();
 }
 
 QByteArray subjectTemplate(const ProbeRecord &probe)
@@ -79,7 +109,7 @@ TextFileFault readAlertTextFile(const QByteArray &path, QByteArray &text)
 
 bool isRecipientListFile(const QByteArray &field)
 {
-    return QFileInfo(QString::fromUtf8(field)).suffix().compare(QLatin1String("txt"), Qt::CaseInsensitive) == 0;
+    return hasTxtExtension(field);
 }
 
 QByteArray recipientList(QByteArray text)
@@ -111,6 +141,19 @@ QList<QByteArray> recipientTokens(const QByteArray &buffer)
     if (!token.isEmpty())
         tokens.append(token);
     return tokens;
+}
+
+QByteArray mailerPath(const AppState &app)
+{
+    return QFile::encodeName(app.programFolder) + "/corvanta-mailer";
+}
+
+MailCommand mailCommandFor(const AppState &app)
+{
+    MailCommand command;
+    command.mailer = mailerPath(app);
+    command.bodyFile = app.folder().emailBodyFile();
+    return command;
 }
 
 QByteArray mailerCommandLine(const MailCommand &c, const QByteArray &recipient)

@@ -9,6 +9,7 @@
 
 namespace cz {
 
+class AppState;
 struct DeviceRecord;
 struct ProbeRecord;
 
@@ -25,6 +26,17 @@ QByteArray ExpandEmailVariables(QByteArray text, const EmailVariables &values);
 // The variables of a real alert on `probe`; `stateName` as chosen for it.
 EmailVariables alertVariables(const DeviceRecord &device, const ProbeRecord &probe, const QByteArray &stateName,
                               double threshold);
+
+// "%02d" of a probe number, and a group name or "(no group specified)".
+QByteArray probeNumberText(int probeNumber);
+QByteArray groupNameText(const QByteArray &groupName);
+
+// The query-failure body: $DEVICE_NAME, then $QUERY_THRESH, replaced.
+QByteArray expandQueryFailureBody(QByteArray body, const QByteArray &deviceName, int queryFailThreshold);
+
+// The template to read: an empty path stays empty (and fails to open), one
+// whose extension is not ".txt" gives the default template.
+QByteArray templatePathOrDefault(const AppState &app, const QByteArray &path);
 
 // The subject field for the probe's alarm state, or the default one.
 QByteArray subjectTemplate(const ProbeRecord &probe);
@@ -57,6 +69,11 @@ struct MailCommand {
     bool authenticate = false;
     bool debug = false;
 };
+
+// The mailer next to this program.
+QByteArray mailerPath(const AppState &app);
+// A command that sends the body working file through that mailer.
+MailCommand mailCommandFor(const AppState &app);
 
 // One mailer command line for `recipient`, every argument single-quoted.
 QByteArray mailerCommandLine(const MailCommand &c, const QByteArray &recipient);

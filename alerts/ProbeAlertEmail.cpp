@@ -1,13 +1,10 @@
 #include "ProbeAlertEmail.h"
 
 #include "AppState.h"
-#include "EmailQueue.h"
 #include "CFormat.h"
+#include "EmailQueue.h"
 #include "EmailText.h"
 #include "EventLog.h"
-
-#include <QFile>
-#include <QFileInfo>
 
 namespace cz {
 
@@ -53,11 +50,6 @@ const char *stateName(const ProbeRecord &p)
 
 } // namespace
 
-QByteArray mailerPath(const AppState &app)
-{
-    return QFile::encodeName(app.programFolder) + "/corvanta-mailer";
-}
-
 void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIndex, double threshold)
 {
     const DeviceRecord *device = app.device(slot);
@@ -71,11 +63,8 @@ void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIn
                       .arg(QString::fromUtf8(d.DeviceName.bytes()), QString::fromUtf8(p.ProbeName.bytes()))
                       .arg(p.ProbeNumber));
     const ErrorLine error(app, slot, probeIndex, d.LogQueryFailures != 0);
-    const QByteArray root = app.folder().root;
 
-    MailCommand command;
-    command.mailer = mailerPath(app);
-    command.bodyFile = root + "/email_body.tmp";
+    MailCommand command = mailCommandFor(app);
     command.server = p.SMTPServer.bytes();
     if (command.server.isEmpty())
         return error("no SMTP server specified");
@@ -92,30 +81,21 @@ void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIn
     if (command.sender.isEmpty())
         return error("no sender specified");
 
-    QByteArray templatePath = p.EmailTemplate.bytes();
-    if (!templatePath.isEmpty() &&
-        QFileInfo(QFile::decodeName(templatePath)).suffix().compare(QLatin1String("txt"), Qt::CaseInsensitive) != 0)
-        templatePath = app.folder().templates() + "/DefaultEmailTemplate.txt";
-
-    const QByteArray state = stateName(p);
-    const EmailVariables values = alertVariables(d, p, state, threshold);
+    const EmailVariables values = alertVariables(d, p, stateName(p), threshold);
     QByteArray body;
-    const QByteArray number = values.probeNumber;
-    const QByteArray nowDate = longDateText(now), nowTime = longTimeText(now);
-    const QByteArray names = d.DeviceName.bytes() + "\r\non the probe named " + p.ProbeName.bytes() +
-                             " (probe number " + number + ").\r\n";
-    if (p.ProbeType == ProbeType::Switch && int(p.AlarmState)) {
-        body = "A switch alarm has been reported by the device named " + names + "The alarm occured on " + nowDate +
-               " at " + nowTime + ".";
-    } else if (p.ProbeType == ProbeType::Switch) {
-        body = "A switch alarm has been cleared by the device named " + names + "The alarm was cleared on " + nowDate +
-               " at " + nowTime + ".";
-    } else if (int(p.AlarmState) == 0) {
-        body = "An alarm condition has been cleared by the device named " + names + "The alarm was cleared on " +
-               nowDate + " at " + nowTime + ".";
+    const bool isSwitch = p.ProbeType == ProbeType::Switch;
+    if (isSwitch || int(p.AlarmState) == 0) {
+        // Switch alarms and clears have fixed bodies, dated now.
+        const char *opening = !isSwitch                ? "An alarm condition has been cleared"
+                              : int(p.AlarmState) != 0 ? "A switch alarm has been reported"
+                                                       : "A switch alarm has been cleared";
+        const char *when = isSwitch && int(p.AlarmState) != 0 ? "The alarm occured on " : "The alarm was cleared on ";
+        body = opening + QByteArray(" by the device named ") + d.DeviceName.bytes() + "\r\non the probe named " +
+               p.ProbeName.bytes() + " (probe number " + values.probeNumber + ").\r\n" + when + longDateText(now) +
+               " at " + longTimeText(now) + ".";
     } else {
         QByteArray text;
-        switch (readAlertTextFile(templatePath, text)) {
+        switch (readAlertTextFile(templatePathOrDefault(app, p.EmailTemplate.bytes()), text)) {
         case TextFileFault::None: break;
         case TextFileFault::Open: return error("no email body template specified");
         case TextFileFault::Empty: return error("error opening template file");

@@ -3,8 +3,6 @@
 // e-mail queue comes to it.
 #pragma once
 
-#include <QByteArray>
-
 namespace cz {
 
 class AppState;
@@ -14,8 +12,5 @@ class EmailQueue;
 // probe's AlarmState already holds the new state. Configuration faults go
 // to "EmailErrors.log" when the device logs query failures.
 void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIndex, double threshold);
-
-// The mailer next to this program.
-QByteArray mailerPath(const AppState &app);
 
 } // namespace cz

@@ -1,7 +1,6 @@
 #include "QueryFailureEmail.h"
 
 #include "AppState.h"
-#include "ProbeAlertEmail.h"
 #include "ScriptMail.h"
 
 namespace cz {
@@ -11,12 +10,11 @@ void SendQueryFailureEmail(AppState &app, EmailQueue &queue, int slot)
     const DeviceRecord *d = app.device(slot);
     if (!d || !d->SendQueryFailMessage)
         return;
-    auto show = [&app](const QByteArray &text) {
-        app.report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(text));
+    auto show = [&app](const QByteArray &reason) {
+        app.report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
     };
     ScriptMail mail;
-    mail.command.mailer = mailerPath(app);
-    mail.command.bodyFile = app.folder().root + "/email_body.tmp";
+    mail.command = mailCommandFor(app);
     mail.command.server = d->SMTPServerName.bytes();
     mail.command.port = d->SMTPServerPort;
     mail.command.authenticate = !d->SMTPUsername.empty();
@@ -38,20 +36,18 @@ void SendQueryFailureEmail(AppState &app, EmailQueue &queue, int slot)
         return show("missing a subject line for outgoing mail.");
     if (d->EmailBodyText.empty())
         return show("missing the text body of this message.");
-    mail.body = d->EmailBodyText.bytes();
-    mail.body.replace("$DEVICE_NAME", d->DeviceName.bytes());
-    mail.body.replace("$QUERY_THRESH", QByteArray::number(d->QueryFailThreshold));
+    mail.body = expandQueryFailureBody(d->EmailBodyText.bytes(), d->DeviceName.bytes(), d->QueryFailThreshold);
     // The test's wording with a lower-case start follows the prefix.
-    mail.fault = [&app](const QByteArray &text) {
+    mail.fault = [&app, show](const QByteArray &text) {
         if (text.startsWith("ShellExecute")) {
             app.report(MessageIcon::Stop, QString::fromUtf8(text));
             return;
         }
         QByteArray reason = text;
         reason[0] = char(std::tolower(static_cast<unsigned char>(reason[0])));
-        app.report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
+        show(reason);
     };
-    queueScriptMail(app, queue, std::move(mail));
+    queueScriptMail(queue, std::move(mail));
 }
 
 } // namespace cz

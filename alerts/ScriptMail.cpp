@@ -1,12 +1,11 @@
 #include "ScriptMail.h"
 
-#include "AppState.h"
 #include "EmailQueue.h"
 #include "EmailTest.h"
 
 namespace cz {
 
-void queueScriptMail(AppState &app, EmailQueue &queue, ScriptMail mail)
+void queueScriptMail(EmailQueue &queue, ScriptMail mail)
 {
     auto fault = mail.fault;
     EmailJob job;
@@ -58,7 +57,6 @@ void queueScriptMail(AppState &app, EmailQueue &queue, ScriptMail mail)
         for (const QByteArray &to : recipients)
             job.script += mailerCommandLine(mail.command, to) + '\n';
     }
-    Q_UNUSED(app);
     queue.enqueue(std::move(job));
 }
 

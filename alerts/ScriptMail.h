@@ -11,7 +11,6 @@
 
 namespace cz {
 
-class AppState;
 class EmailQueue;
 
 struct ScriptMail {
@@ -28,6 +27,6 @@ struct ScriptMail {
     std::function<int(const QByteArray &scriptPath)> run;
 };
 
-void queueScriptMail(AppState &app, EmailQueue &queue, ScriptMail mail);
+void queueScriptMail(EmailQueue &queue, ScriptMail mail);
 
 } // namespace cz

@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QMetaObject>
-#include <QPointer>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -14,6 +13,18 @@
 extern char **environ;
 
 namespace cz {
+
+void postBack(const QPointer<QObject> &context, std::function<void()> call)
+{
+    // Posted through the application object, which outlives `context`.
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [context, call = std::move(call)] {
+            if (context)
+                call();
+        },
+        Qt::QueuedConnection);
+}
 
 int spawnDetached(const SpawnRequest &request, QObject *context, std::function<void()> exited)
 {
@@ -50,16 +61,8 @@ int spawnDetached(const SpawnRequest &request, QObject *context, std::function<v
         int status = 0;
         while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
         }
-        // Posted through the application object, which outlives `context`;
-        // the call is dropped if `context` is gone by then.
-        if (exited && QCoreApplication::instance())
-            QMetaObject::invokeMethod(
-                QCoreApplication::instance(),
-                [guard, exited] {
-                    if (guard)
-                        exited();
-                },
-                Qt::QueuedConnection);
+        if (exited)
+            postBack(guard, exited);
     }).detach();
     return 0;
 }

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QObject>
+#include <QPointer>
 
 #include <functional>
 
@@ -16,6 +17,10 @@ struct SpawnRequest {
     QByteArray workingFolder;     // empty: ours
     bool inheritOutput = false;   // else stdin, stdout and stderr are /dev/null
 };
+
+// From another thread: runs `call` on the application's thread, unless
+// `context` is gone by then.
+void postBack(const QPointer<QObject> &context, std::function<void()> call);
 
 // Starts the program without waiting for it. Returns 0, or the errno that
 // kept it from starting. `exited`, if given, is called on the thread of

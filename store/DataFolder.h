@@ -21,6 +21,10 @@ struct DataFolder {
     QByteArray internetErrorLog() const { return root + "/InternetError.log"; }
     QByteArray autoConfErrorLog() const { return root + "/AutoConfError.log"; }
     QByteArray emailErrorLog() const { return root + "/EmailErrors.log"; }
+    // The alert e-mail's working files, rewritten by every e-mail.
+    QByteArray emailBodyFile() const { return root + "/email_body.tmp"; }
+    QByteArray emailRecipientsFile() const { return root + "/email_recipients.tmp"; }
+    QByteArray defaultEmailTemplate() const { return templates() + "/DefaultEmailTemplate.txt"; }
     QByteArray lockFile() const { return root + "/{5B2E91D4-7A0C-4F3E-9D21-6C8A0B3E5F17}.lock"; }
 
     // --data-dir, else $CORVANTA_DATA_DIR, else "$XDG_DATA_HOME/Corvanta Zephtra"

@@ -3,6 +3,7 @@
 #include "AppState.h"
 #include "DeviceListPage.h"
 #include "DeviceQueryClient.h"
+#include "EmailQueue.h"
 #include "ProbeStatusWindows.h"
 #include "Prompter.h"
 #include "QueryCycle.h"
@@ -24,6 +25,8 @@
 #include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
+
+#include <cerrno>
 
 namespace cz {
 
@@ -132,11 +135,11 @@ void MainSheet::openHelp()
     const QFileInfo info(page);
     QString reason;
     if (!info.dir().exists())
-        reason = QStringLiteral("The specified path was not found.");
+        reason = QString::fromUtf8(shellErrorMessage(ENOTDIR));
     else if (!info.exists())
-        reason = QStringLiteral("The specified file was not found.");
+        reason = QString::fromUtf8(shellErrorMessage(ENOENT));
     else if (!info.isReadable())
-        reason = QStringLiteral("The operating system denied access to the specified file.");
+        reason = QString::fromUtf8(shellErrorMessage(EACCES));
     else if (!QDesktopServices::openUrl(QUrl::fromLocalFile(page)))
         reason = QStringLiteral("There is no application associated with the given file name extension.");
     if (!reason.isEmpty())

@@ -8,17 +8,10 @@
 
 namespace cz {
 
+using namespace ColumnKind;
+
 namespace {
 
-enum Kind {
-    DeviceName, ProbeNumber, ProbeGroup, ProbeName, ProbeTypeKind, ProbeEnabled, CurrentValue, AlarmStateKind,
-    AlarmDate, AlarmTime, ClearedDate, ClearedTime, ConsecutiveAlarms, CurrentTemp, CurrentHumidity,
-    CurrentWetness, SwitchState, ContactDate, ContactTime, HighestTemp, HighestTempDate, HighestTempTime,
-    LowestTemp, LowestTempDate, LowestTempTime, HighestHumidity, HighestHumidityDate, HighestHumidityTime,
-    LowestHumidity, LowestHumidityDate, LowestHumidityTime, HighestWetness, HighestWetnessDate,
-    HighestWetnessTime, LowestWetness, LowestWetnessDate, LowestWetnessTime, SwitchOpenDate, SwitchOpenTime,
-    SwitchCloseDate, SwitchCloseTime
-};
 
 QString text(const QByteArray &bytes)
 {

@@ -13,6 +13,19 @@ struct DeviceRecord;
 struct ProbeRecord;
 struct ProgramSettings;
 
+// The kinds of cell, one per default column title, in column table order.
+namespace ColumnKind {
+enum : int {
+    DeviceName, ProbeNumber, ProbeGroup, ProbeName, ProbeTypeKind, ProbeEnabled, CurrentValue, AlarmStateKind,
+    AlarmDate, AlarmTime, ClearedDate, ClearedTime, ConsecutiveAlarms, CurrentTemp, CurrentHumidity,
+    CurrentWetness, SwitchState, ContactDate, ContactTime, HighestTemp, HighestTempDate, HighestTempTime,
+    LowestTemp, LowestTempDate, LowestTempTime, HighestHumidity, HighestHumidityDate, HighestHumidityTime,
+    LowestHumidity, LowestHumidityDate, LowestHumidityTime, HighestWetness, HighestWetnessDate,
+    HighestWetnessTime, LowestWetness, LowestWetnessDate, LowestWetnessTime, SwitchOpenDate, SwitchOpenTime,
+    SwitchCloseDate, SwitchCloseTime
+};
+}
+
 // The kind of a column: its title looked up among the 41 default titles
 // without regard to case; -1 for a title none of them has.
 int columnKind(const QString &title);

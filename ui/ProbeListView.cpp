@@ -70,7 +70,7 @@ void ProbeListView::setUpColumns()
 
 void ProbeListView::sortInitially()
 {
-    const int number = model_.columnOfKind(1), name = model_.columnOfKind(0);
+    const int number = model_.columnOfKind(ColumnKind::ProbeNumber), name = model_.columnOfKind(ColumnKind::DeviceName);
     if (number >= 0)
         proxy_.sort(number, Qt::AscendingOrder);
     if (name >= 0)

@@ -68,10 +68,12 @@ void ProbeStatusWindows::fill(Slot &slot)
     const ProbeRecord *p = d ? d->probe(slot.probeIndex) : nullptr;
     if (!p || !slot.text)
         return;
+    auto cell = [&](int kind) { return probeCellText(kind, *d, *p); };
     slot.text->setText(QStringLiteral("%1\nProbe %2: %3\n\nCurrent value: %4\nAlarm state: %5\nLast contact: %6 %7")
-                           .arg(probeCellText(0, *d, *p), probeCellText(1, *d, *p), probeCellText(3, *d, *p),
-                                probeCellText(6, *d, *p), probeCellText(7, *d, *p), probeCellText(17, *d, *p),
-                                probeCellText(18, *d, *p)));
+                           .arg(cell(ColumnKind::DeviceName), cell(ColumnKind::ProbeNumber),
+                                cell(ColumnKind::ProbeName), cell(ColumnKind::CurrentValue),
+                                cell(ColumnKind::AlarmStateKind), cell(ColumnKind::ContactDate),
+                                cell(ColumnKind::ContactTime)));
 }
 
 void ProbeStatusWindows::refresh()

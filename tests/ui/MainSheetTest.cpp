@@ -4,6 +4,7 @@
 #include "DeviceListPage.h"
 #include "MainSheet.h"
 #include "NetTestSupport.h"
+#include "ProbeCells.h"
 #include "ProbeListView.h"
 #include "ProbeTableModel.h"
 #include "ScriptedPrompter.h"
@@ -102,7 +103,7 @@ TEST(MainSheet, ShowsEveryDeviceAndItsProbesLive)
     ProbeTableModel &model = sheet.deviceList().model();
     QStringList states;
     for (int row = 0; row < model.rowCount(); ++row)
-        states << model.index(row, model.columnOfKind(7)).data().toString();
+        states << model.index(row, model.columnOfKind(ColumnKind::AlarmStateKind)).data().toString();
     EXPECT_TRUE(states.contains("Alarm High"));
     EXPECT_TRUE(states.contains("Caution High"));
     EXPECT_TRUE(states.contains("Normal"));
