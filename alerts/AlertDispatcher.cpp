@@ -7,27 +7,27 @@
 
 namespace cz {
 
-AlertDispatcher::AlertDispatcher(AppState &app, SoundPlayer &sound)
+AlertDispatcher::AlertDispatcher(DeviceStore &app, SoundPlayer &sound)
     : app_(app), sound_(sound), queue_(app), dialer_(app)
 {
 }
 
-void AlertDispatcher::playSound(AppState &, const QByteArray &file)
+void AlertDispatcher::playSound(DeviceStore &, const QByteArray &file)
 {
     sound_.play(file);
 }
 
-void AlertDispatcher::sendAlarmEmail(AppState &app, int slot, int probeIndex, double threshold)
+void AlertDispatcher::sendAlarmEmail(DeviceStore &app, int slot, int probeIndex, double threshold)
 {
     SendProbeAlertEmail(app, queue_, slot, probeIndex, threshold);
 }
 
-void AlertDispatcher::triggerVoiceDialer(AppState &, int slot, int test)
+void AlertDispatcher::triggerVoiceDialer(DeviceStore &, int slot, int test)
 {
     dialer_.TriggerVoiceDialer(slot, test);
 }
 
-void AlertDispatcher::runAlertProgram(AppState &app, int slot, int probeIndex, const QByteArray &program)
+void AlertDispatcher::runAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &program)
 {
     RunAlertProgram(app, slot, probeIndex, program);
 }

@@ -13,19 +13,19 @@ class SoundPlayer;
 
 class AlertDispatcher final : public AlertActions {
 public:
-    AlertDispatcher(AppState &app, SoundPlayer &sound);
+    AlertDispatcher(DeviceStore &app, SoundPlayer &sound);
 
-    void playSound(AppState &app, const QByteArray &file) override;
-    void sendAlarmEmail(AppState &app, int slot, int probeIndex, double threshold) override;
-    void triggerVoiceDialer(AppState &app, int slot, int test) override;
-    void runAlertProgram(AppState &app, int slot, int probeIndex, const QByteArray &program) override;
+    void playSound(DeviceStore &app, const QByteArray &file) override;
+    void sendAlarmEmail(DeviceStore &app, int slot, int probeIndex, double threshold) override;
+    void triggerVoiceDialer(DeviceStore &app, int slot, int test) override;
+    void runAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &program) override;
     void sendQueryFailureEmail(int slot);
 
     EmailQueue &emailQueue() { return queue_; }
     VoiceDialer &dialer() { return dialer_; }
 
 private:
-    AppState &app_;
+    DeviceStore &app_;
     SoundPlayer &sound_;
     EmailQueue queue_;
     VoiceDialer dialer_;

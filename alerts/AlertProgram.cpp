@@ -1,6 +1,6 @@
 #include "AlertProgram.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "ProbeLog.h"
 #include "Spawn.h"
 
@@ -76,7 +76,7 @@ ProgramCommand parseProgramCommand(const QByteArray &command)
     return c;
 }
 
-void RunAlertProgram(AppState &app, int slot, int probeIndex, const QByteArray &command)
+void RunAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &command)
 {
     const DeviceRecord *d = app.device(slot);
     const ProbeRecord *p = d ? d->probe(probeIndex) : nullptr;

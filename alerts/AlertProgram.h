@@ -6,7 +6,7 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 
 // The program path and its argument slots (slot 0 the program's file name)
 // as taken from a command text: a quoted path, then options whose leading
@@ -21,6 +21,6 @@ ProgramCommand parseProgramCommand(const QByteArray &command);
 
 // Starts the program detached; a failure is logged to the probe's log when
 // the device logs.
-void RunAlertProgram(AppState &app, int slot, int probeIndex, const QByteArray &command);
+void RunAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &command);
 
 } // namespace cz

@@ -1,6 +1,6 @@
 #include "EmailQueue.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "FileWrite.h"
 #include "Spawn.h"
 
@@ -44,7 +44,7 @@ QByteArray shellErrorMessage(int error)
     }
 }
 
-EmailQueue::EmailQueue(AppState &app, QObject *parent) : QObject(parent), app_(app)
+EmailQueue::EmailQueue(DeviceStore &app, QObject *parent) : QObject(parent), app_(app)
 {
     spacing_.setSingleShot(true);
     spacing_.setInterval(3000);

@@ -12,7 +12,7 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 
 struct EmailJob {
     QByteArray body;         // "email_body.tmp"
@@ -43,7 +43,7 @@ struct EmailJob {
 class EmailQueue : public QObject {
     Q_OBJECT
 public:
-    explicit EmailQueue(AppState &app, QObject *parent = nullptr);
+    explicit EmailQueue(DeviceStore &app, QObject *parent = nullptr);
 
     void enqueue(EmailJob job);
     bool idle() const { return jobs_.empty() && !busy_; }
@@ -61,7 +61,7 @@ private:
     void filesWritten(EmailJob &job, const QByteArray &fault, bool stopped);
     void finishCurrent();
 
-    AppState &app_;
+    DeviceStore &app_;
     std::deque<EmailJob> jobs_;
     QTimer spacing_;
     bool busy_ = false;

@@ -1,6 +1,6 @@
 #include "EmailTest.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "CFormat.h"
 #include "ScriptMail.h"
 #include "ShellQuote.h"

@@ -13,7 +13,7 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 
 // The fields a test reads, as they stand in the dialog.
 struct EmailTestFields {
@@ -31,7 +31,7 @@ struct EmailTestFields {
 // recipients, the script and the job. `report` shows a fault; `run` starts
 // the script in the console that shows it.
 struct EmailTestContext {
-    AppState &app;
+    DeviceStore &app;
     std::function<void(const QString &message)> report;
     std::function<int(const QByteArray &scriptPath)> run;
 };

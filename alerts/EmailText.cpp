@@ -1,6 +1,6 @@
 #include "EmailText.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "CFormat.h"
 #include "History.h"
 #include "Records.h"
@@ -69,7 +69,7 @@ bool hasTxtExtension(const QByteArray &path)
 
 } // namespace
 
-QByteArray templatePathOrDefault(const AppState &app, const QByteArray &path)
+QByteArray templatePathOrDefault(const DeviceStore &app, const QByteArray &path)
 {
     return path.isEmpty() || hasTxtExtension(path) ? path : app.folder().defaultEmailTemplate();
 }
@@ -143,12 +143,12 @@ QList<QByteArray> recipientTokens(const QByteArray &buffer)
     return tokens;
 }
 
-QByteArray mailerPath(const AppState &app)
+QByteArray mailerPath(const DeviceStore &app)
 {
-    return QFile::encodeName(app.programFolder) + "/corvanta-mailer";
+    return QFile::encodeName(app.status().programFolder) + "/corvanta-mailer";
 }
 
-MailCommand mailCommandFor(const AppState &app)
+MailCommand mailCommandFor(const DeviceStore &app)
 {
     MailCommand command;
     command.mailer = mailerPath(app);

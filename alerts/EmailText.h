@@ -9,7 +9,7 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 struct DeviceRecord;
 struct ProbeRecord;
 
@@ -36,7 +36,7 @@ QByteArray expandQueryFailureBody(QByteArray body, const QByteArray &deviceName,
 
 // The template to read: an empty path stays empty (and fails to open), one
 // whose extension is not ".txt" gives the default template.
-QByteArray templatePathOrDefault(const AppState &app, const QByteArray &path);
+QByteArray templatePathOrDefault(const DeviceStore &app, const QByteArray &path);
 
 // The subject field for the probe's alarm state, or the default one.
 QByteArray subjectTemplate(const ProbeRecord &probe);
@@ -71,9 +71,9 @@ struct MailCommand {
 };
 
 // The mailer next to this program.
-QByteArray mailerPath(const AppState &app);
+QByteArray mailerPath(const DeviceStore &app);
 // A command that sends the body working file through that mailer.
-MailCommand mailCommandFor(const AppState &app);
+MailCommand mailCommandFor(const DeviceStore &app);
 
 // One mailer command line for `recipient`, every argument single-quoted.
 QByteArray mailerCommandLine(const MailCommand &c, const QByteArray &recipient);

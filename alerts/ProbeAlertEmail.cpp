@@ -1,10 +1,10 @@
 #include "ProbeAlertEmail.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "CFormat.h"
 #include "EmailQueue.h"
 #include "EmailText.h"
-#include "EventLog.h"
+#include "LogFiles.h"
 
 namespace cz {
 
@@ -12,7 +12,7 @@ namespace {
 
 class ErrorLine {
 public:
-    ErrorLine(AppState &app, int slot, int probeIndex, bool enabled)
+    ErrorLine(DeviceStore &app, int slot, int probeIndex, bool enabled)
         : app_(app), slot_(slot), probeIndex_(probeIndex), enabled_(enabled)
     {
     }
@@ -30,7 +30,7 @@ public:
     }
 
 private:
-    AppState &app_;
+    DeviceStore &app_;
     int slot_, probeIndex_;
     bool enabled_;
 };
@@ -50,7 +50,7 @@ const char *stateName(const ProbeRecord &p)
 
 } // namespace
 
-void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIndex, double threshold)
+void SendProbeAlertEmail(DeviceStore &app, EmailQueue &queue, int slot, int probeIndex, double threshold)
 {
     const DeviceRecord *device = app.device(slot);
     const ProbeRecord *probe = device ? device->probe(probeIndex) : nullptr;
@@ -59,7 +59,7 @@ void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIn
     const DeviceRecord &d = *device;
     const ProbeRecord &p = *probe;
     const std::int64_t now = app.clock().now();
-    app.setStatus(QStringLiteral("Status: sending alert email for %1:%2 (probe %3)...")
+    app.status().set(QStringLiteral("Status: sending alert email for %1:%2 (probe %3)...")
                       .arg(QString::fromUtf8(d.DeviceName.bytes()), QString::fromUtf8(p.ProbeName.bytes()))
                       .arg(p.ProbeNumber));
     const ErrorLine error(app, slot, probeIndex, d.LogQueryFailures != 0);

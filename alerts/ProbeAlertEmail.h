@@ -5,12 +5,12 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 class EmailQueue;
 
 // `threshold` is the one the reading crossed, kNoValue for a clear. The
 // probe's AlarmState already holds the new state. Configuration faults go
 // to "EmailErrors.log" when the device logs query failures.
-void SendProbeAlertEmail(AppState &app, EmailQueue &queue, int slot, int probeIndex, double threshold);
+void SendProbeAlertEmail(DeviceStore &app, EmailQueue &queue, int slot, int probeIndex, double threshold);
 
 } // namespace cz

@@ -1,17 +1,17 @@
 #include "QueryFailureEmail.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "ScriptMail.h"
 
 namespace cz {
 
-void SendQueryFailureEmail(AppState &app, EmailQueue &queue, int slot)
+void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot)
 {
     const DeviceRecord *d = app.device(slot);
     if (!d || !d->SendQueryFailMessage)
         return;
     auto show = [&app](const QByteArray &reason) {
-        app.report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
+        app.status().report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
     };
     ScriptMail mail;
     mail.command = mailCommandFor(app);
@@ -40,7 +40,7 @@ void SendQueryFailureEmail(AppState &app, EmailQueue &queue, int slot)
     // The test's wording with a lower-case start follows the prefix.
     mail.fault = [&app, show](const QByteArray &text) {
         if (text.startsWith("ShellExecute")) {
-            app.report(MessageIcon::Stop, QString::fromUtf8(text));
+            app.status().report(MessageIcon::Stop, QString::fromUtf8(text));
             return;
         }
         QByteArray reason = text;

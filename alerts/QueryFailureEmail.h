@@ -3,11 +3,11 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 class EmailQueue;
 
 // Does nothing unless the device's SendQueryFailMessage is set. Every fault
 // is reported as an error message, and nothing is logged.
-void SendQueryFailureEmail(AppState &app, EmailQueue &queue, int slot);
+void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot);
 
 } // namespace cz

@@ -1,6 +1,6 @@
 #include "VoiceDialer.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "ProbeLog.h"
 
 #include <QSerialPort>
@@ -8,7 +8,7 @@
 
 namespace cz {
 
-VoiceDialer::VoiceDialer(AppState &app, QObject *parent) : QObject(parent), app_(app) {}
+VoiceDialer::VoiceDialer(DeviceStore &app, QObject *parent) : QObject(parent), app_(app) {}
 
 VoiceDialer::~VoiceDialer() = default;
 

@@ -12,13 +12,13 @@ class QSerialPort;
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 struct DeviceRecord;
 
 class VoiceDialer : public QObject {
     Q_OBJECT
 public:
-    explicit VoiceDialer(AppState &app, QObject *parent = nullptr);
+    explicit VoiceDialer(DeviceStore &app, QObject *parent = nullptr);
     ~VoiceDialer() override;
 
     // Raises DTR on the device's dialer port for 300 ms, then logs. With
@@ -37,7 +37,7 @@ signals:
 private:
     void logToProbes(const DeviceRecord &device, const QByteArray &message, int times);
 
-    AppState &app_;
+    DeviceStore &app_;
     const DeviceRecord *edited_ = nullptr;
     std::map<int, std::unique_ptr<QSerialPort>> open_;
 };

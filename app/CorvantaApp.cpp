@@ -14,26 +14,23 @@ CCorvantaApp::CCorvantaApp(const CommandLine &commandLine, const QString &progra
       commandLine_(commandLine),
       clock_(clock),
       eventLog_(clock),
-      state_(DataFolder::locate(commandLine.dataDir), clock, eventLog_),
-      alerts_(state_, sound),
+      store_(DataFolder::locate(commandLine.dataDir), clock, eventLog_, status_),
+      alerts_(store_, sound),
       evaluation_(alerts_),
-      queryClient_(state_, session_),
-      cycle_(state_, queryClient_)
+      cycle_(store_, session_)
 {
-    state_.programFolder = programFolder;
-    queryClient_.setEvaluation(&evaluation_);
-    connect(&queryClient_, &DeviceQueryClient::walkFinished, &cycle_, &QueryCycle::walkFinished);
-    connect(&queryClient_, &DeviceQueryClient::queryFailureAlert, this,
-            [this](int slot) { alerts_.sendQueryFailureEmail(slot); });
+    status_.programFolder = programFolder;
+    cycle_.setEvaluation(&evaluation_);
+    connect(&cycle_, &QueryCycle::queryFailureAlert, this, [this](int slot) { alerts_.sendQueryFailureEmail(slot); });
 }
 
 CCorvantaApp::~CCorvantaApp() = default;
 
 bool CCorvantaApp::takeInstanceLock(QString *error)
 {
-    const QString root = QFile::decodeName(state_.folder().root);
+    const QString root = QFile::decodeName(store_.folder().root);
     QDir().mkpath(root);
-    lock_ = std::make_unique<QLockFile>(QFile::decodeName(state_.folder().lockFile()));
+    lock_ = std::make_unique<QLockFile>(QFile::decodeName(store_.folder().lockFile()));
     lock_->setStaleLockTime(0);
     if (lock_->tryLock(0))
         return true;
@@ -47,14 +44,14 @@ bool CCorvantaApp::takeInstanceLock(QString *error)
 
 void CCorvantaApp::startUp()
 {
-    if (!state_.status().contains(QLatin1String("ERROR")))
-        state_.setStatus(QStringLiteral("Status: initializing..."));
-    state_.startDate = dateText(clock_.now());
-    state_.currentDateText = state_.startDate;
-    state_.readProgramSettings();
+    if (!status_.showsError())
+        status_.set(QStringLiteral("Status: initializing..."));
+    store_.startDate = dateText(clock_.now());
+    store_.currentDateText = store_.startDate;
+    store_.readProgramSettings();
     if (commandLine_.minimize)
-        state_.settings.StartMinimized = 1;
-    state_.logToAllDevices("Corvanta Zephtra program starting.");
+        store_.settings.StartMinimized = 1;
+    store_.logToAllDevices("Corvanta Zephtra program starting.");
 }
 
 void CCorvantaApp::startMonitoring()
@@ -62,15 +59,14 @@ void CCorvantaApp::startMonitoring()
     cycle_.start();
 }
 
-void CCorvantaApp::shutDown()
+void CCorvantaApp::shutDown(int mailWaitMs)
 {
-    state_.ShuttingDown = 1;
+    status_.ShuttingDown = 1;
     cycle_.stop();
-    queryClient_.abandonWalk();
-    state_.writeProgramSettings();
-    state_.writeAllDeviceFiles();
-    state_.logToAllDevices("Corvanta Zephtra program shutting down.");
-    state_.setStatus(QStringLiteral("Status: shutting down..."));
+    store_.writeProgramSettings();
+    store_.writeAllDeviceFiles();
+    store_.logToAllDevices("Corvanta Zephtra program shutting down.");
+    status_.set(QStringLiteral("Status: shutting down..."));
 }
 
 } // namespace cz

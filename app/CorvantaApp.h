@@ -1,14 +1,14 @@
 // The application object: takes the data folder's single-instance lock,
-// builds the engine's state, starts it up and shuts it down.
+// builds the engine, starts it up and shuts it down.
 #pragma once
 
 #include "AlarmEvaluation.h"
 #include "AlertDispatcher.h"
-#include "AppState.h"
 #include "CommandLine.h"
-#include "DeviceQueryClient.h"
-#include "EventLog.h"
+#include "DeviceStore.h"
 #include "HttpSession.h"
+#include "LogFiles.h"
+#include "ProgramStatus.h"
 #include "QueryCycle.h"
 
 #include <QLockFile>
@@ -32,14 +32,15 @@ public:
     void startUp();
     // Starts polling: the query timer and one tick at once.
     void startMonitoring();
-    // Stops polling, saves the settings and every device file and logs the
-    // shutdown.
-    void shutDown();
+    // Stops polling, saves the settings and every device file, sends the
+    // alert e-mail still waiting (for `mailWaitMs` at most; what is left is
+    // logged as unsent) and logs the shutdown.
+    void shutDown(int mailWaitMs = 60000);
 
-    AppState &state() { return state_; }
+    ProgramStatus &status() { return status_; }
+    DeviceStore &store() { return store_; }
     AlarmEvaluation &evaluation() { return evaluation_; }
     QueryCycle &queryCycle() { return cycle_; }
-    DeviceQueryClient &queryClient() { return queryClient_; }
     AlertDispatcher &alerts() { return alerts_; }
     const CommandLine &commandLine() const { return commandLine_; }
 
@@ -47,12 +48,12 @@ private:
     CommandLine commandLine_;
     const Clock &clock_;
     EventLog eventLog_;
-    AppState state_;
+    ProgramStatus status_;
+    DeviceStore store_;
     std::unique_ptr<QLockFile> lock_;
     HttpSession session_;
     AlertDispatcher alerts_;
     AlarmEvaluation evaluation_;
-    DeviceQueryClient queryClient_;
     QueryCycle cycle_;
 };
 

@@ -20,13 +20,13 @@ QString oneLine(QString text)
     return text.replace(QLatin1Char('\n'), QLatin1Char(' ')).simplified();
 }
 
-void printLoaded(const cz::AppState &state)
+void printLoaded(const cz::DeviceStore &state)
 {
     QTextStream out(stdout);
     out << "Data folder: " << QString::fromUtf8(state.folder().root) << '\n';
-    out << "Devices loaded: " << state.deviceCount << '\n';
-    for (int slot = 0; slot < state.deviceCount; ++slot) {
-        const cz::DeviceRecord &d = *state.devices[std::size_t(slot)];
+    out << "Devices loaded: " << state.deviceCount() << '\n';
+    for (int slot = 0; slot < state.deviceCount(); ++slot) {
+        const cz::DeviceRecord &d = *state.device(slot);
         int enabled = 0;
         for (int i = 0; i < d.probeSlots(); ++i)
             enabled += d.probe(i) && d.probe(i)->ProbeEnabled ? 1 : 0;
@@ -49,8 +49,8 @@ int runHeadless(const cz::CommandLine &cl)
 {
     cz::SoundEffectPlayer sound;
     cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
-    cz::AppState &state = app.state();
-    QObject::connect(&state, &cz::AppState::message, [](cz::MessageIcon, const QString &text) {
+    cz::DeviceStore &state = app.store();
+    QObject::connect(&app.status(), &cz::ProgramStatus::message, [](cz::MessageIcon, const QString &text) {
         std::fprintf(stderr, "%s\n", qPrintable(oneLine(text)));
     });
 
@@ -82,7 +82,7 @@ int runHeadless(const cz::CommandLine &cl)
         std::fflush(stdout);
     };
 
-    QObject::connect(&state, &cz::AppState::statusChanged, [last = QString()](const QString &status) mutable {
+    QObject::connect(&app.status(), &cz::ProgramStatus::changed, [last = QString()](const QString &status) mutable {
         if (status == last)
             return;
         last = status;

@@ -35,18 +35,18 @@ int runWindow(const cz::CommandLine &cl)
     QApplication::setOverrideCursor(Qt::WaitCursor);
     app.startUp();
     cz::MessageBoxPrompter prompter;
-    cz::MainSheet sheet(app.state(), app.queryCycle(), app.queryClient(), prompter);
-    QObject::connect(&app.state(), &cz::AppState::message, &sheet,
+    cz::MainSheet sheet(app.store(), app.queryCycle(), prompter);
+    QObject::connect(&app.status(), &cz::ProgramStatus::message, &sheet,
                      [&](cz::MessageIcon icon, const QString &text) { prompter.tell(&sheet, icon, text); });
     sheet.shutDown = [&app] { app.shutDown(); };
     cz::TerminationSignals termination;
     QObject::connect(&termination, &cz::TerminationSignals::received, &sheet, [&] {
-        app.state().ShuttingDown = 1; // a signal asks no question
+        app.status().ShuttingDown = 1; // a signal asks no question
         sheet.close();
     });
     sheet.placeCentred();
     QApplication::restoreOverrideCursor();
-    if (app.state().settings.StartMinimized)
+    if (app.store().settings.StartMinimized)
         sheet.showMinimized();
     else
         sheet.show();

@@ -1,7 +1,7 @@
 #include "BenchSupport.h"
 
-#include "AppState.h"
-#include "EventLog.h"
+#include "DeviceStore.h"
+#include "LogFiles.h"
 
 #include <QCoreApplication>
 
@@ -33,7 +33,8 @@ QList<int> startSimulator(QProcess &simulator, const QStringList &arguments)
 void writeDataFolder(const DataFolder &folder, const QList<int> &ports)
 {
     EventLog log(SystemClock::instance());
-    AppState s(folder, SystemClock::instance(), log);
+    ProgramStatus status;
+    DeviceStore s(folder, SystemClock::instance(), log, status);
     s.readProgramSettings();
     for (int d = 0; d < ports.size(); ++d) {
         auto dev = newDeviceRecord(folder.root, "Device " + QByteArray::number(d + 1), "Model R16", ports[d],
@@ -48,9 +49,7 @@ void writeDataFolder(const DataFolder &folder, const QList<int> &ports)
             p->SendAlarmEmail = 1;
             p->CurrentTemp = 70.5;
         }
-        s.devices[std::size_t(d)] = std::move(dev);
-        s.deviceCount = d + 1;
-        s.writeDeviceFile(d, true);
+        s.writeDeviceFile(s.addDevice(std::move(dev)), true);
     }
     s.writeDevicesSection();
 }
@@ -76,6 +75,23 @@ double median(std::vector<double> v)
 {
     std::sort(v.begin(), v.end());
     return v[v.size() / 2];
+}
+
+StallMeter::StallMeter()
+{
+    ticker_.setInterval(1);
+    ticker_.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&ticker_, &QTimer::timeout, [this] {
+        longestMs_ = std::max(longestMs_, double(sinceTick_.nsecsElapsed()) / 1e6);
+        sinceTick_.restart();
+    });
+}
+
+void StallMeter::start()
+{
+    longestMs_ = 0;
+    sinceTick_.start();
+    ticker_.start();
 }
 
 } // namespace cz::bench

@@ -4,9 +4,11 @@
 
 #include "DataFolder.h"
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QProcess>
 #include <QStringList>
+#include <QTimer>
 
 #include <vector>
 
@@ -27,5 +29,20 @@ long residentKiB();
 double processCpuMs();
 
 double median(std::vector<double> v);
+
+// The longest gap between the ticks of a 1 ms timer: how long the event
+// loop was held up at worst while the meter ran.
+class StallMeter {
+public:
+    StallMeter();
+    void start();
+    void stop() { ticker_.stop(); }
+    double longestMs() const { return longestMs_; }
+
+private:
+    QTimer ticker_;
+    QElapsedTimer sinceTick_;
+    double longestMs_ = 0;
+};
 
 } // namespace cz::bench

@@ -6,11 +6,10 @@
 // resident memory at start, and what completely full histories take.
 #include "AlarmEvaluation.h"
 #include "AlertActions.h"
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "BenchSupport.h"
 #include "CFormat.h"
-#include "DeviceQueryClient.h"
-#include "EventLog.h"
+#include "LogFiles.h"
 #include "HttpSession.h"
 #include "QueryCycle.h"
 
@@ -35,17 +34,17 @@ constexpr int kSimulatedSeconds = 600;
 
 class CountingActions final : public AlertActions {
 public:
-    void playSound(AppState &, const QByteArray &) override { ++count; }
-    void sendAlarmEmail(AppState &, int, int, double) override { ++count; }
-    void triggerVoiceDialer(AppState &, int, int) override { ++count; }
-    void runAlertProgram(AppState &, int, int, const QByteArray &) override { ++count; }
+    void playSound(DeviceStore &, const QByteArray &) override { ++count; }
+    void sendAlarmEmail(DeviceStore &, int, int, double) override { ++count; }
+    void triggerVoiceDialer(DeviceStore &, int, int) override { ++count; }
+    void runAlertProgram(DeviceStore &, int, int, const QByteArray &) override { ++count; }
     int count = 0;
 };
 
-std::size_t historyBytes(const AppState &state)
+std::size_t historyBytes(const DeviceStore &state)
 {
     std::size_t bytes = 0;
-    for (int slot = 0; slot < state.deviceCount; ++slot) {
+    for (int slot = 0; slot < state.deviceCount(); ++slot) {
         const DeviceRecord *d = state.device(slot);
         bytes += d->Times.allocatedBytes();
         for (int i = 0; i < d->probeSlots(); ++i)
@@ -55,10 +54,10 @@ std::size_t historyBytes(const AppState &state)
     return bytes;
 }
 
-void fillHistories(AppState &state)
+void fillHistories(DeviceStore &state)
 {
-    for (int slot = 0; slot < state.deviceCount; ++slot) {
-        DeviceRecord *d = state.device(slot);
+    for (int slot = 0; slot < state.deviceCount(); ++slot) {
+        DeviceRecord *d = state.deviceForUpdate(slot);
         for (int k = 0; k < TimeHistory::kLength; ++k)
             d->Times.append(double(k));
         for (int i = 0; i < d->probeSlots(); ++i)
@@ -93,23 +92,21 @@ int main(int argc, char **argv)
 
     ManualClock clock(QDateTime(QDate(2026, 11, 22), QTime(23, 55)).toSecsSinceEpoch());
     EventLog log(clock);
-    AppState state(folder, clock, log);
+    ProgramStatus status;
+    DeviceStore state(folder, clock, log, status);
     state.readProgramSettings();
-    for (int slot = 0; slot < state.deviceCount; ++slot)
-        state.device(slot)->QueryInterval = kInterval;
+    for (int slot = 0; slot < state.deviceCount(); ++slot)
+        state.deviceForUpdate(slot)->QueryInterval = kInterval;
     state.currentDateText = dateText(clock.now());
     HttpSession session;
     CountingActions actions;
     AlarmEvaluation evaluation(actions);
-    DeviceQueryClient client(state, session);
-    client.setEvaluation(&evaluation);
     int events = 0;
     evaluation.onEvent = [&](int, int, const QByteArray &) { ++events; };
-    QueryCycle cycle(state, client);
-    QObject::connect(&client, &DeviceQueryClient::walkFinished, &cycle, &QueryCycle::walkFinished);
-    int completedWalks = 0, abandonedWalks = 0;
-    QObject::connect(&client, &DeviceQueryClient::walkFinished,
-                     [&](int result) { ++(result == 1 ? completedWalks : abandonedWalks); });
+    QueryCycle cycle(state, session);
+    cycle.setEvaluation(&evaluation);
+    int answered = 0, failed = 0;
+    QObject::connect(&cycle, &QueryCycle::queryFinished, [&](int, int result) { ++(result == 1 ? answered : failed); });
     const long residentAtStart = bench::residentKiB();
     const std::size_t historyAtStart = historyBytes(state);
 
@@ -122,11 +119,11 @@ int main(int argc, char **argv)
         wall.start();
         const QByteArray day = state.currentDateText;
         cycle.tick();
-        if (!client.walkRunning()) {
+        if (cycle.queriesInFlight() == 0) {
             clock.advance(1);
             continue;
         }
-        while (client.walkRunning())
+        while (cycle.queriesInFlight() > 0)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QCoreApplication::processEvents();
         // The first cycle creates every log and data file, and the one after
@@ -145,19 +142,18 @@ int main(int argc, char **argv)
     const std::size_t historyAfterRun = historyBytes(state);
     simulator.kill();
     simulator.waitForFinished();
-    if (abandonedWalks > 0 || completedWalks != kSimulatedSeconds / kInterval) {
-        std::fprintf(stderr, "%d walks completed, %d abandoned (%s)\n", completedWalks, abandonedWalks,
-                     qPrintable(state.status()));
+    const int cycles = kSimulatedSeconds / kInterval;
+    if (failed > 0 || answered != cycles * kDevices) {
+        std::fprintf(stderr, "%d queries answered, %d failed (%s)\n", answered, failed, qPrintable(status.text()));
         return 1;
     }
 
-    const auto cycles = double(cycleCpu.size());
-    std::printf("query cycles: %d devices x 16 probes every %d s, %d simulated seconds, %d walks\n", kDevices,
-                kInterval, kSimulatedSeconds, completedWalks);
+    std::printf("query cycles: %d devices x 16 probes every %d s, %d simulated seconds, %d cycles\n", kDevices,
+                kInterval, kSimulatedSeconds, cycles);
     std::printf("  per cycle: %d CSV lines, %.0f alarm-event log lines; %d alert actions in all\n", kDevices * 16,
-                events / double(completedWalks), actions.count);
+                events / double(cycles), actions.count);
     std::printf("  CPU per cycle: %.1f ms mean, %.1f ms median, %.1f ms worst (target under 50 ms)\n",
-                runCpu / cycles, bench::median(cycleCpu), *std::max_element(cycleCpu.begin(), cycleCpu.end()));
+                runCpu / double(cycleCpu.size()), bench::median(cycleCpu), *std::max_element(cycleCpu.begin(), cycleCpu.end()));
     std::printf("  wall time per cycle: %.1f ms median\n", bench::median(cycleWall));
     std::printf("  the first cycle, which creates %d files: %.1f ms CPU\n", 2 * kDevices * 16, firstCpu);
     std::printf("  the cycle after midnight, which also moves them into the day's folders: %.1f ms CPU\n",

@@ -2,11 +2,11 @@
 // platform): how long a refresh takes after a walk changed every probe's
 // reading and every device's contact time, and after a walk that changed
 // nothing.
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "BenchSupport.h"
 #include "DeviceFile.h"
 #include "DeviceListPage.h"
-#include "EventLog.h"
+#include "LogFiles.h"
 #include "ProbeTableModel.h"
 #include "Prompter.h"
 
@@ -34,7 +34,8 @@ int main(int argc, char **argv)
         ports.append(20000 + d);
     bench::writeDataFolder(folder, ports);
     EventLog log(SystemClock::instance());
-    AppState state(folder, SystemClock::instance(), log);
+    ProgramStatus status;
+    DeviceStore state(folder, SystemClock::instance(), log, status);
     state.readProgramSettings();
     MessageBoxPrompter prompter;
     DeviceListPage page(state, prompter);
@@ -44,8 +45,8 @@ int main(int argc, char **argv)
 
     std::vector<double> changed, unchanged;
     for (int run = 0; run < 21; ++run) {
-        for (int slot = 0; slot < state.deviceCount; ++slot) {
-            DeviceRecord &d = *state.device(slot);
+        for (int slot = 0; slot < state.deviceCount(); ++slot) {
+            DeviceRecord &d = *state.deviceForUpdate(slot);
             d.LastContactTimeVal += 5;
             d.markChanged(DeviceBit::LastContactTimeVal);
             for (int i = 0; i < d.ProbeCount; ++i) {

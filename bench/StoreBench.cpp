@@ -1,8 +1,8 @@
 // Loading and saving a full data folder: 256 devices of 16 probes.
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "BenchSupport.h"
 #include "DeviceFile.h"
-#include "EventLog.h"
+#include "LogFiles.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -24,12 +24,12 @@ double msSince(std::chrono::steady_clock::time_point start)
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-void markEveryKeyChanged(AppState &state)
+void markEveryKeyChanged(DeviceStore &state)
 {
-    for (int d = 0; d < state.deviceCount; ++d) {
-        state.devices[std::size_t(d)]->ChangedKeys = kAllKeys;
+    for (int d = 0; d < state.deviceCount(); ++d) {
+        state.deviceForUpdate(d)->ChangedKeys = kAllKeys;
         for (int i = 0; i < kMaxProbes; ++i)
-            state.devices[std::size_t(d)]->probe(i)->ChangedKeys = kAllKeys;
+            state.deviceForUpdate(d)->probe(i)->ChangedKeys = kAllKeys;
     }
 }
 
@@ -44,7 +44,8 @@ int main(int argc, char **argv)
     if (argc == 3 && std::string(argv[1]) == "--memory") {
         EventLog log(clock);
         const long before = bench::residentKiB();
-        AppState state(DataFolder{argv[2]}, clock, log);
+        ProgramStatus status;
+    DeviceStore state(DataFolder{argv[2]}, clock, log, status);
         state.readProgramSettings();
         std::printf("  resident memory after loading:         %8.1f MB (%.1f MB before loading)\n",
                     bench::residentKiB() / 1024.0, before / 1024.0);
@@ -59,15 +60,16 @@ int main(int argc, char **argv)
         ports.append(20000 + d);
     bench::writeDataFolder(folder, ports);
 
-    AppState state(folder, clock, log);
+    ProgramStatus status;
+    DeviceStore state(folder, clock, log, status);
     auto t = std::chrono::steady_clock::now();
     state.readProgramSettings();
     const double loadMs = msSince(t);
 
     // Shutdown after a monitoring run: the readings and extremes changed.
-    for (int d = 0; d < state.deviceCount; ++d)
+    for (int d = 0; d < state.deviceCount(); ++d)
         for (int i = 0; i < kMaxProbes; ++i) {
-            ProbeRecord &p = *state.devices[std::size_t(d)]->probe(i);
+            ProbeRecord &p = *state.deviceForUpdate(d)->probe(i);
             p.CurrentTemp = 71.5;
             p.HighestTemp = 72.5;
             p.HighestTempTimeVal = clock.now();
@@ -84,13 +86,13 @@ int main(int argc, char **argv)
     const double saveAllMs = msSince(t);
 
     markEveryKeyChanged(state);
-    for (int d = 0; d < state.deviceCount; ++d)
-        state.devices[std::size_t(d)]->LoggingEnabled = 0;
+    for (int d = 0; d < state.deviceCount(); ++d)
+        state.deviceForUpdate(d)->LoggingEnabled = 0;
     t = std::chrono::steady_clock::now();
     state.writeAllDeviceFiles();
     const double saveAllQuietMs = msSince(t);
 
-    std::printf("store benchmark: %d devices x %d probes\n", state.deviceCount, kMaxProbes);
+    std::printf("store benchmark: %d devices x %d probes\n", state.deviceCount(), kMaxProbes);
     std::printf("  load settings and every device file:   %8.1f ms\n", loadMs);
     std::fflush(stdout);
     QProcess child;
@@ -100,7 +102,7 @@ int main(int argc, char **argv)
     std::printf("  save, readings and extremes changed:   %8.1f ms (event lines written for every saved key)\n",
                 saveChangedMs);
     std::printf("  save, every key of every device:       %8.1f ms (and %d event lines)\n", saveAllMs,
-                state.deviceCount * kMaxProbes * (31 + 83));
+                state.deviceCount() * kMaxProbes * (31 + 83));
     std::printf("  the same with logging off:             %8.1f ms\n", saveAllQuietMs);
     return 0;
 }

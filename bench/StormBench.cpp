@@ -5,11 +5,10 @@
 // in the order the alarms were raised, and the spacing of the sends.
 #include "AlarmEvaluation.h"
 #include "AlertDispatcher.h"
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "BenchSupport.h"
 #include "CFormat.h"
-#include "DeviceQueryClient.h"
-#include "EventLog.h"
+#include "LogFiles.h"
 #include "HttpSession.h"
 #include "QueryCycle.h"
 #include "SoundPlayer.h"
@@ -66,12 +65,13 @@ int main(int argc, char **argv)
     bench::writeDataFolder(folder, ports);
     ManualClock clock(QDateTime::currentSecsSinceEpoch());
     EventLog log(clock);
-    AppState state(folder, clock, log);
+    ProgramStatus status;
+    DeviceStore state(folder, clock, log, status);
     state.readProgramSettings();
-    state.programFolder = QCoreApplication::applicationDirPath();
+    status.programFolder = QCoreApplication::applicationDirPath();
     state.currentDateText = dateText(clock.now());
-    for (int slot = 0; slot < state.deviceCount; ++slot) {
-        DeviceRecord &d = *state.device(slot);
+    for (int slot = 0; slot < state.deviceCount(); ++slot) {
+        DeviceRecord &d = *state.deviceForUpdate(slot);
         d.QueryInterval = 5;
         for (int i = 0; i < d.probeSlots(); ++i) {
             ProbeRecord &p = *d.probe(i);
@@ -89,10 +89,8 @@ int main(int argc, char **argv)
     NoSound sound;
     AlertDispatcher alerts(state, sound);
     AlarmEvaluation evaluation(alerts);
-    DeviceQueryClient client(state, session);
-    client.setEvaluation(&evaluation);
-    QueryCycle cycle(state, client);
-    QObject::connect(&client, &DeviceQueryClient::walkFinished, &cycle, &QueryCycle::walkFinished);
+    QueryCycle cycle(state, session);
+    cycle.setEvaluation(&evaluation);
     std::vector<double> starts;
     QElapsedTimer sinceStart;
     sinceStart.start();
@@ -106,27 +104,19 @@ int main(int argc, char **argv)
 
     // The first cycle only sets the states.
     cycle.tick();
-    while (client.walkRunning())
+    while (cycle.queriesInFlight() > 0)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     raised.clear();
 
-    QElapsedTimer sinceTick;
-    double longestStall = 0, longestStallRaising = 0;
-    QTimer ticker;
-    ticker.setInterval(1);
-    QObject::connect(&ticker, &QTimer::timeout, [&] {
-        longestStall = std::max(longestStall, double(sinceTick.nsecsElapsed()) / 1e6);
-        sinceTick.restart();
-    });
+    bench::StallMeter stalls;
     clock.advance(5);
-    sinceTick.start();
-    ticker.start();
+    stalls.start();
     QElapsedTimer storm;
     storm.start();
     cycle.tick();
-    while (client.walkRunning())
+    while (cycle.queriesInFlight() > 0)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    longestStallRaising = longestStall;
+    const double longestStallRaising = stalls.longestMs();
     const double raiseMs = double(storm.nsecsElapsed()) / 1e6;
     const int expected = int(raised.size());
     auto arrived = [&] { return int(QDir(dir.filePath("mail")).entryList({"*.eml"}).size()); };
@@ -135,7 +125,8 @@ int main(int argc, char **argv)
         if (storm.elapsed() > 3600 * 1000)
             break;
     }
-    ticker.stop();
+    stalls.stop();
+    const double longestStall = stalls.longestMs();
     const double drainS = double(storm.nsecsElapsed()) / 1e9;
 
     // Every message, in the order the alarms were raised.

@@ -1,7 +1,7 @@
 #include "AlarmEvaluation.h"
 
 #include "AlertActions.h"
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "CFormat.h"
 #include "DeviceFile.h"
 #include "ProbeLog.h"
@@ -99,7 +99,7 @@ AlarmState wholeNumberBand(std::int32_t v, std::int32_t ha, std::int32_t hc, std
 } // namespace
 
 struct AlarmEvaluation::Reading {
-    AppState &app;
+    DeviceStore &app;
     DeviceRecord &device;
     ProbeRecord &probe;
     int slot;
@@ -107,18 +107,16 @@ struct AlarmEvaluation::Reading {
     const QByteArray &text;
     std::int64_t now;
     int notFirstQuery;
-    bool suspended;
 };
 
-void AlarmEvaluation::evaluateProbeValue(AppState &app, int slot, int probeIndex, const QByteArray &valueText,
+void AlarmEvaluation::evaluateProbeValue(DeviceStore &app, int slot, int probeIndex, const QByteArray &valueText,
                                          std::int64_t now, int notFirstQuery)
 {
-    DeviceRecord *device = app.device(slot);
+    DeviceRecord *device = app.deviceForUpdate(slot);
     ProbeRecord *probe = device ? device->probe(probeIndex) : nullptr;
     if (!probe)
         return;
-    const Reading r{app, *device, *probe, slot, probeIndex, valueText, now, notFirstQuery,
-                    app.ConfigurationInProgress != 0};
+    const Reading r{app, *device, *probe, slot, probeIndex, valueText, now, notFirstQuery};
     if (probe->ProbeType == ProbeType::Switch)
         evaluateSwitch(r);
     else
@@ -190,7 +188,7 @@ void AlarmEvaluation::alarmOrCaution(const Reading &r, int bandCode, double thre
 {
     ProbeRecord &p = r.probe;
     const AlarmState band = AlarmState(bandCode);
-    if (!p.ProbeEnabled || r.suspended) {
+    if (!p.ProbeEnabled) {
         // Only a temperature in High Caution still shows its state.
         if (p.ProbeType == ProbeType::Temperature && band == AlarmState::HighCaution &&
             p.AlarmState != AlarmState::HighCaution) {
@@ -225,8 +223,7 @@ void AlarmEvaluation::normal(const Reading &r, const QByteArray &message)
     p.LastAlarmClearedTimeVal = r.now;
     p.ConsecutiveAlarmCount = 0;
     p.markChanged(ProbeBit::LastAlarmClearedTimeVal);
-    // Clears are gated neither by the first cycle, nor by the count, nor by
-    // a suspended cycle.
+    // Clears are gated neither by the first query nor by the count.
     runActions(r, AlertKind::Clear, kNoThreshold);
     logEvent(r, message);
 }
@@ -254,7 +251,7 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
         countUp(p);
         p.LastAlarmSetTimeVal = r.now;
         p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmSetTimeVal);
-        if (!r.notFirstQuery || !p.ProbeEnabled || r.suspended)
+        if (!r.notFirstQuery || !p.ProbeEnabled)
             return;
         if (p.ConsecutiveAlarmCount >= p.ConsecutiveAlarmThreshold && !p.HighAlarmSent) {
             p.HighAlarmSent = 1;
@@ -268,7 +265,7 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
     p.LastAlarmClearedTimeVal = r.now;
     clearAlertSentFlags(p);
     p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmClearedTimeVal);
-    if (!r.notFirstQuery || !changed || !p.ProbeEnabled || r.suspended)
+    if (!r.notFirstQuery || !changed || !p.ProbeEnabled)
         return;
     runActions(r, AlertKind::Clear, kNoThreshold);
     logEvent(r, "Probe reported a switch alarm clear condition");

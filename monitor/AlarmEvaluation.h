@@ -16,7 +16,7 @@ class AlarmEvaluation final : public ProbeEvaluation {
 public:
     explicit AlarmEvaluation(AlertActions &actions) : actions_(actions) {}
 
-    void evaluateProbeValue(AppState &app, int slot, int probeIndex, const QByteArray &valueText, std::int64_t now,
+    void evaluateProbeValue(DeviceStore &app, int slot, int probeIndex, const QByteArray &valueText, std::int64_t now,
                             int notFirstQuery) override;
 
     // Every event-log message as it is written (also when the device does

@@ -1,12 +1,23 @@
 #include "QueryCycle.h"
 
-#include "AppState.h"
+#include "DeviceFile.h"
+#include "DeviceStore.h"
+#include "DeviceUrl.h"
+#include "FailedAttempt.h"
+#include "ReplyApplication.h"
+
+#include <QElapsedTimer>
 
 #include <cmath>
+#include <vector>
 
 namespace cz {
 
 namespace {
+
+// Replies that arrive together are applied a few milliseconds' worth at a
+// time, so the window stays responsive through an alarm storm.
+constexpr qint64 kApplySliceMs = 4;
 
 double currentReading(const ProbeRecord &p)
 {
@@ -42,10 +53,17 @@ void AppendHistorySample(DeviceRecord &device, bool success, double now)
     } while (next < now);
 }
 
-QueryCycle::QueryCycle(AppState &app, DeviceWalk &walk, QObject *parent) : QObject(parent), app_(app), walk_(walk)
+QueryCycle::QueryCycle(DeviceStore &store, HttpSession &session, QObject *parent)
+    : QObject(parent), store_(store), session_(session)
 {
     timer_.setInterval(1000);
     connect(&timer_, &QTimer::timeout, this, &QueryCycle::tick);
+    connect(&store_, &DeviceStore::deviceAboutToBeRemoved, this, &QueryCycle::deviceAboutToBeRemoved);
+}
+
+QueryCycle::~QueryCycle()
+{
+    stop();
 }
 
 void QueryCycle::start()
@@ -57,94 +75,197 @@ void QueryCycle::start()
 void QueryCycle::stop()
 {
     timer_.stop();
+    for (DeviceRun &run : runs_) {
+        if (run.fetchId)
+            session_.cancel(run.fetchId);
+        run.fetchId = 0;
+    }
+    arrivals_.clear();
+    rounds_.clear();
+}
+
+bool QueryCycle::queryInFlight(int slot) const
+{
+    const auto it = runs_.constFind(store_.device(slot));
+    return it != runs_.cend() && it->fetchId != 0;
+}
+
+int QueryCycle::queriesInFlight() const
+{
+    int n = 0;
+    for (const DeviceRun &run : runs_)
+        n += run.fetchId ? 1 : 0;
+    return n;
 }
 
 void QueryCycle::tick()
 {
-    // A walk still running from an earlier tick: walks never nest.
-    if (running_ != Run::None || walk_.walkRunning())
+    if (store_.status().ShuttingDown)
         return;
-    const std::int64_t now = app_.clock().now();
-    if (app_.deviceCount < 1)
-        return;
-    bool anyDue = false;
-    for (int slot = 0; slot < app_.deviceCount; ++slot) {
-        DeviceRecord *d = app_.device(slot);
-        if (!d)
-            continue;
+    const std::int64_t now = store_.clock().now();
+    std::vector<DeviceRecord *> due;
+    for (int slot = 0; slot < store_.deviceCount(); ++slot) {
+        DeviceRecord *d = store_.deviceForUpdate(slot);
         d->QueryDue = 0;
+        if (runs_[d].fetchId)
+            continue;
+        // Cut to 32 bits: a device whose last contact lies in the future
+        // waits until the clock has passed it by its interval.
         if (std::int32_t(now - d->LastContactTimeVal) >= d->QueryInterval) {
             d->QueryDue = 1;
-            anyDue = true;
+            due.push_back(d);
         }
     }
-    if (!anyDue || app_.ConfigurationInProgress)
+    if (due.empty())
         return;
-    running_ = Run::Tick;
-    if (!app_.FirstQueryDone) {
-        app_.FirstQueryDone = 1;
-        running_ = Run::FirstCycle;
-    }
-    if (!walk_.startWalk(running_ == Run::Tick ? 1 : 0))
-        running_ = Run::None;
+    // An error on the status line stays until a round without one.
+    if (!store_.status().showsError())
+        store_.status().set(QStringLiteral("Status: querying devices..."));
+    const quint64 round = nextRound_++;
+    rounds_[round].open = int(due.size());
+    for (DeviceRecord *d : due)
+        startQuery(*d, runs_[d], round);
 }
 
 void QueryCycle::queryAddedDevice(int slot)
 {
-    pendingAddedSlot_ = slot;
-    if (running_ == Run::None && !walk_.walkRunning())
-        startAddedDeviceRun();
-}
-
-void QueryCycle::startAddedDeviceRun()
-{
-    const int slot = pendingAddedSlot_;
-    pendingAddedSlot_ = -1;
-    if (!app_.device(slot))
+    DeviceRecord *d = store_.deviceForUpdate(slot);
+    if (!d || store_.status().ShuttingDown)
         return;
-    // Only the new device: the others keep to their own intervals.
-    for (int s = 0; s < app_.deviceCount; ++s)
-        if (DeviceRecord *d = app_.device(s))
-            d->QueryDue = s == slot ? 1 : 0;
-    running_ = Run::AddedDevice;
-    if (!walk_.startWalk(0))
-        running_ = Run::None;
+    DeviceRun &run = runs_[d];
+    run.silent = true;
+    run.added = true;
+    if (run.fetchId)
+        return;
+    d->QueryDue = 1;
+    const quint64 round = nextRound_++;
+    rounds_[round].open = 1;
+    startQuery(*d, run, round);
 }
 
-void QueryCycle::walkFinished(int result)
+void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
 {
-    const Run finished = running_;
-    running_ = Run::None;
-    if (finished != Run::None) // else a walk not started here
-        finishRun(finished, result);
-    if (pendingAddedSlot_ >= 0)
-        startAddedDeviceRun();
+    // The last contact is the time the query began, answered or not.
+    device.LastContactTimeVal = store_.clock().now();
+    device.markChanged(DeviceBit::LastContactTimeVal);
+    // A proxy stays set on the session for the devices queried after it.
+    if (device.UseProxy)
+        session_.setProxy(ProxySettings{device.ProxyServerAddress.bytes(), device.ProxyServerUserName.bytes(),
+                                        device.ProxyServerPassword.bytes()});
+    run.round = round;
+    const DeviceRecord *d = &device;
+    run.fetchId = session_.fetchPage(
+        readingsUrl(device), session_.proxy(),
+        [this, d](int attempt, const QByteArray &error) {
+            reportFailedAttempt(store_, d->LogQueryFailures, attempt, error);
+            queryFailed();
+        },
+        [this, d](const PageResult &result) { arrived(d, runs_.value(d).fetchId, result); });
 }
 
-void QueryCycle::finishRun(Run finished, int result)
+void QueryCycle::arrived(const DeviceRecord *device, quint64 fetchId, const PageResult &result)
 {
-    if (finished == Run::AddedDevice)
-        result = 0; // the new device's first sample is drawn as a gap
-    if (finished == Run::FirstCycle) {
-        // The first cycle only establishes states and extremes.
-        for (int slot = 0; slot < app_.deviceCount; ++slot) {
-            DeviceRecord *d = app_.device(slot);
-            for (int i = 0; d && i < d->probeSlots(); ++i) {
-                if (ProbeRecord *p = d->probe(i)) {
-                    p->ConsecutiveAlarmCount = 0;
-                    clearAlertSentFlags(*p);
-                }
+    arrivals_.push_back(Arrival{device, fetchId, result});
+    if (!applyQueued_) {
+        applyQueued_ = true;
+        QMetaObject::invokeMethod(this, &QueryCycle::applyArrivals, Qt::QueuedConnection);
+    }
+}
+
+void QueryCycle::applyArrivals()
+{
+    applyQueued_ = false;
+    QElapsedTimer slice;
+    slice.start();
+    while (!arrivals_.empty()) {
+        const Arrival arrival = std::move(arrivals_.front());
+        arrivals_.pop_front();
+        apply(arrival);
+        if (!arrivals_.empty() && slice.elapsed() >= kApplySliceMs) {
+            applyQueued_ = true;
+            QMetaObject::invokeMethod(this, &QueryCycle::applyArrivals, Qt::QueuedConnection);
+            return;
+        }
+    }
+}
+
+void QueryCycle::apply(const Arrival &arrival)
+{
+    auto it = runs_.find(arrival.device);
+    if (it == runs_.end() || it->fetchId != arrival.fetchId || store_.status().ShuttingDown)
+        return; // removed or stopped meanwhile
+    DeviceRun &run = *it;
+    run.fetchId = 0;
+    const int slot = store_.slotOf(arrival.device);
+    DeviceRecord *device = store_.deviceForUpdate(slot);
+    if (!device)
+        return;
+
+    const int result = arrival.result.fetched() ? 1 : 0;
+    const bool silent = run.silent;
+    const bool added = run.added;
+    run.silent = run.added = false;
+    const quint64 round = run.round;
+    if (result) {
+        device->QueryFailureCount = 0;
+        if (ApplyDeviceReply(store_, slot, arrival.result.reply, silent ? 0 : 1, evaluation_)) {
+            emit replyApplied(slot);
+        } else {
+            // The count was just reset, so the alert is reached only with a
+            // threshold of 0 or less.
+            device->QueryFailureCount += 1;
+            if (device->QueryFailureCount > device->QueryFailThreshold)
+                emit queryFailureAlert(slot);
+            store_.status().set(QStringLiteral("ERROR: query failed for %1").arg(device->DeviceName.str()));
+            queryFailed();
+        }
+    }
+    if (silent) {
+        // A first query only establishes states and extremes.
+        for (int i = 0; i < device->probeSlots(); ++i) {
+            if (ProbeRecord *p = device->probe(i)) {
+                p->ConsecutiveAlarmCount = 0;
+                clearAlertSentFlags(*p);
             }
         }
     }
+    // A device's first sample after it was added is drawn as a gap.
+    const int sample = added ? 0 : result;
+    AppendHistorySample(*device, sample == 1, double(store_.clock().nowMs()) / 1000.0);
     emit statusWindowsRefresh();
-    const double now = double(app_.clock().nowMs()) / 1000.0;
-    for (int slot = 0; slot < app_.deviceCount; ++slot) {
-        DeviceRecord *d = app_.device(slot);
-        if (d && d->QueryDue) {
-            AppendHistorySample(*d, result == 1, now);
-            emit deviceSampled(slot, result);
-        }
+    emit deviceSampled(slot, sample);
+    closeRound(round);
+    emit queryFinished(slot, result);
+}
+
+void QueryCycle::queryFailed()
+{
+    for (auto &[id, round] : rounds_)
+        round.failed = true;
+}
+
+void QueryCycle::closeRound(quint64 id)
+{
+    auto it = rounds_.find(id);
+    if (it == rounds_.end() || --it->second.open > 0)
+        return;
+    const bool failed = it->second.failed;
+    rounds_.erase(it);
+    if (!failed)
+        store_.status().set(QStringLiteral("Status: monitoring devices..."));
+}
+
+void QueryCycle::deviceAboutToBeRemoved(int slot)
+{
+    const DeviceRecord *device = store_.device(slot);
+    auto it = runs_.find(device);
+    if (it == runs_.end())
+        return;
+    const DeviceRun run = *it;
+    runs_.erase(it);
+    if (run.fetchId) {
+        session_.cancel(run.fetchId);
+        closeRound(run.round);
     }
 }
 

@@ -1,68 +1,104 @@
-// The once-a-second query tick: decides which devices are due, runs the
-// device walk over them, and afterwards appends each due device's history
-// sample and tells the views.
+// The once-a-second query tick: every device is asked for its readings on
+// its own interval, and its reply is applied as soon as it arrives. A device
+// whose query is still running is not asked again; a device that does not
+// answer holds back no other.
 #pragma once
 
+#include "HttpSession.h"
+
+#include <QHash>
 #include <QObject>
 #include <QTimer>
 
+#include <cstdint>
+#include <deque>
+#include <map>
+
 namespace cz {
 
-class AppState;
+class DeviceStore;
+class ProbeEvaluation;
 struct DeviceRecord;
-
-// The device walk the tick starts (the device query client).
-class DeviceWalk {
-public:
-    virtual ~DeviceWalk() = default;
-    // Starts a walk over the devices whose QueryDue is set; the result
-    // comes back through QueryCycle::walkFinished.
-    virtual bool startWalk(int notFirstQuery) = 0;
-    virtual bool walkRunning() const = 0;
-};
 
 // One history sample per probe of a device after its query (several for a
 // late query, one per interval missed): the probe's current reading when
-// the walk completed and the probe is enabled, the no-value mark otherwise.
-// `now` is in seconds since 1970 with a fraction.
+// the query was answered and the probe is enabled, the no-value mark
+// otherwise. `now` is in seconds since 1970 with a fraction.
 void AppendHistorySample(DeviceRecord &device, bool success, double now);
 
 class QueryCycle : public QObject {
     Q_OBJECT
 public:
-    QueryCycle(AppState &app, DeviceWalk &walk, QObject *parent = nullptr);
+    QueryCycle(DeviceStore &store, HttpSession &session, QObject *parent = nullptr);
+    ~QueryCycle() override;
+
+    // What every parsed reading is handed to.
+    void setEvaluation(ProbeEvaluation *evaluation) { evaluation_ = evaluation; }
 
     // Starts the 1000 ms timer and runs one tick at once.
     void start();
+    // Stops the timer and drops every query in flight.
     void stop();
-    // One tick, as the timer runs it.
+    // One tick, as the timer runs it: every due device without a query in
+    // flight is queried.
     void tick();
-    // A device was just added in `slot`: its first query runs at once with
-    // alerts held back, so its first readings only set states and
-    // extremes. Waits for a walk still running.
+    // A device was just added in `slot`: its first query runs at once, with
+    // alerts held back, so its first readings only set states and extremes.
     void queryAddedDevice(int slot);
-    // The walk started here has ended with `result` (1 completed, 0 abandoned).
-    void walkFinished(int result);
+
+    bool queryInFlight(int slot) const;
+    int queriesInFlight() const;
 
 signals:
-    // After every walk: the open status windows redraw.
+    // A reply was parsed: the probe list shows the device's new values.
+    void replyApplied(int slot);
+    // The device's query failure count went above its QueryFailThreshold.
+    void queryFailureAlert(int slot);
+    // After every query: the open status windows redraw.
     void statusWindowsRefresh();
-    // After every walk, for every device that was due: its page shows the
-    // new sample (`result` 1 when the walk completed).
+    // After every query: the device's page shows the new sample (`result`
+    // 1 when the device answered).
     void deviceSampled(int slot, int result);
+    // A device's query has ended: 1 answered (whether or not the reply
+    // parsed), 0 after its third failed attempt.
+    void queryFinished(int slot, int result);
 
 private:
-    AppState &app_;
-    DeviceWalk &walk_;
-    QTimer timer_;
-    enum class Run { None, Tick, FirstCycle, AddedDevice };
-    void startAddedDeviceRun();
-    // After a walk: the first cycle's counts are dropped, then the views
-    // are told and the due devices sampled.
-    void finishRun(Run finished, int result);
+    struct DeviceRun {
+        quint64 fetchId = 0;      // the query in flight, 0 when none
+        quint64 round = 0;
+        bool silent = true;       // its next query is its first
+        bool added = false;       // that first query follows its adding
+    };
+    struct Arrival {
+        const DeviceRecord *device;
+        quint64 fetchId;
+        PageResult result;
+    };
+    // The queries started in one tick. The status says "monitoring" again
+    // once a round ends in which no query failed.
+    struct Round {
+        int open = 0;
+        bool failed = false;
+    };
 
-    Run running_ = Run::None;
-    int pendingAddedSlot_ = -1;
+    void startQuery(DeviceRecord &device, DeviceRun &run, quint64 round);
+    void arrived(const DeviceRecord *device, quint64 fetchId, const PageResult &result);
+    void applyArrivals();
+    void apply(const Arrival &arrival);
+    void queryFailed();
+    void closeRound(quint64 round);
+    void deviceAboutToBeRemoved(int slot);
+
+    DeviceStore &store_;
+    HttpSession &session_;
+    ProbeEvaluation *evaluation_ = nullptr;
+    QTimer timer_;
+    QHash<const DeviceRecord *, DeviceRun> runs_;
+    std::deque<Arrival> arrivals_;
+    bool applyQueued_ = false;
+    std::map<quint64, Round> rounds_;
+    quint64 nextRound_ = 1;
 };
 
 } // namespace cz

@@ -1,10 +1,10 @@
 #include "AutoConfiguration.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "CFormat.h"
-#include "DeviceQueryClient.h"
+#include "FailedAttempt.h"
 #include "DeviceUrl.h"
-#include "EventLog.h"
+#include "LogFiles.h"
 
 namespace cz {
 
@@ -120,14 +120,14 @@ bool ParseDeviceConfiguration(const QByteArray &configText, const QByteArray &ty
     return true;
 }
 
-DeviceAutoConfiguration::DeviceAutoConfiguration(AppState &app, HttpSession &session, QObject *parent)
+DeviceAutoConfiguration::DeviceAutoConfiguration(DeviceStore &app, HttpSession &session, QObject *parent)
     : QObject(parent), app_(app), session_(session)
 {
 }
 
 void DeviceAutoConfiguration::FetchDeviceConfiguration(const AutoConfRequest &request, Done done)
 {
-    if (app_.ShuttingDown)
+    if (app_.status().ShuttingDown)
         return;
     request_ = request;
     done_ = std::move(done);
@@ -145,11 +145,12 @@ void DeviceAutoConfiguration::fetch(const char *page, std::function<void(const Q
 {
     if (request_.useProxy)
         session_.setProxy(request_.proxy);
-    session_.fetchPage(pageUrl(request_.address, request_.port, page), session_.proxy(),
-                       [this, then = std::move(then)](const PageResult &result) {
-                           reportFailedAttempts(app_, request_.logQueryFailures, result);
-                           then(result.fetched() ? result.reply : QByteArray());
-                       });
+    session_.fetchPage(
+        pageUrl(request_.address, request_.port, page), session_.proxy(),
+        [this](int attempt, const QByteArray &error) {
+            reportFailedAttempt(app_, request_.logQueryFailures, attempt, error);
+        },
+        [then = std::move(then)](const PageResult &result) { then(result.fetched() ? result.reply : QByteArray()); });
 }
 
 void DeviceAutoConfiguration::DetectDeviceUnits(int modelIndex, std::function<void(DisplayUnits)> then)

@@ -13,7 +13,7 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 
 // The model list of the add-device dialog, in its order.
 inline constexpr const char *kDeviceModels[] = {"Model R4", "Model R16", "Model RM1", "Model P4", "Model P16"};
@@ -69,7 +69,7 @@ QByteArray validDeviceName(const QByteArray &name);
 class DeviceAutoConfiguration : public QObject {
     Q_OBJECT
 public:
-    DeviceAutoConfiguration(AppState &app, HttpSession &session, QObject *parent = nullptr);
+    DeviceAutoConfiguration(DeviceStore &app, HttpSession &session, QObject *parent = nullptr);
 
     using Done = std::function<void(const AutoConfResult &)>;
     // Fetches "/config", detects the scale and hands the result to `done`
@@ -82,7 +82,7 @@ private:
     void DetectDeviceUnits(int modelIndex, std::function<void(DisplayUnits)> then);
     void finish(const QByteArray &configText, DisplayUnits units);
 
-    AppState &app_;
+    DeviceStore &app_;
     HttpSession &session_;
     AutoConfRequest request_;
     Done done_;

@@ -154,7 +154,8 @@ public:
 
     std::atomic<int> connectMs{5000};
     std::atomic<int> receiveMs{5000};
-    std::atomic<int> maxParallel{16};
+    std::atomic<int> totalMs{10000};
+    std::atomic<int> maxParallel{256};
 
 private:
     void run()
@@ -196,6 +197,7 @@ private:
             curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http");
             curl_easy_setopt(easy, CURLOPT_USERAGENT, kUserAgent);
             curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, long(connectMs.load()));
+            curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(totalMs.load()));
             curl_easy_setopt(easy, CURLOPT_HTTP09_ALLOWED, 1L);
             curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
             curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, a->errorBuffer);
@@ -217,6 +219,8 @@ private:
     }
 
     // A connected transfer that has received nothing for the receive time-out.
+    // Headers count as received once their line is complete, body bytes as
+    // they come; a device that trickles anyway meets the attempt's deadline.
     void expireSilentTransfers()
     {
         const std::int64_t now = monotonicMs();
@@ -283,10 +287,11 @@ HttpSession::~HttpSession()
     worker_.reset();
 }
 
-void HttpSession::setTimeouts(int connectMs, int receiveMs)
+void HttpSession::setTimeouts(int connectMs, int receiveMs, int totalMs)
 {
     worker_->connectMs = connectMs;
     worker_->receiveMs = receiveMs;
+    worker_->totalMs = totalMs;
 }
 
 void HttpSession::setMaxParallel(int count)
@@ -294,10 +299,11 @@ void HttpSession::setMaxParallel(int count)
     worker_->maxParallel = count;
 }
 
-quint64 HttpSession::fetchPage(const QByteArray &url, const ProxySettings &proxy, PageDone done)
+quint64 HttpSession::fetchPage(const QByteArray &url, const ProxySettings &proxy, AttemptFailed attemptFailed,
+                               PageDone done)
 {
     const quint64 id = nextId_++;
-    pages_.insert(id, Page{url, proxy, std::move(done), {}});
+    pages_.insert(id, Page{url, proxy, std::move(attemptFailed), std::move(done), {}});
     startAttempt(id);
     return id;
 }
@@ -325,10 +331,19 @@ void HttpSession::attemptFinished(quint64 id, bool opened, const QByteArray &bod
         return; // cancelled meanwhile
     if (!opened) {
         it->result.failedAttempts.append(error);
-        if (it->result.failedAttempts.size() < PageResult::kAttempts) {
+        const int attempt = int(it->result.failedAttempts.size());
+        if (attempt < PageResult::kAttempts)
             startAttempt(id);
-            return;
+        if (it->attemptFailed) {
+            // The callback may cancel this page: look it up again after.
+            AttemptFailed report = it->attemptFailed;
+            report(attempt, error);
+            it = pages_.find(id);
+            if (it == pages_.end())
+                return;
         }
+        if (attempt < PageResult::kAttempts)
+            return;
     } else {
         it->result.reply = replyText(body);
     }

@@ -42,10 +42,13 @@ public:
     explicit HttpSession(QObject *parent = nullptr);
     ~HttpSession() override;
 
-    // 5000 ms each unless changed (tests shorten them). The receive
-    // time-out is the longest wait for the next byte once connected.
-    void setTimeouts(int connectMs, int receiveMs);
-    // How many requests run at the same time; more wait their turn.
+    // An attempt may take `connectMs` to connect, then wait `receiveMs` at
+    // most for each next byte, and lasts `totalMs` in all from its start
+    // whatever a device trickles (5000, 5000 and 10000 unless changed;
+    // tests shorten them).
+    void setTimeouts(int connectMs, int receiveMs, int totalMs);
+    // How many requests run at the same time; more wait their turn. Every
+    // device may have its query in flight at once (256).
     void setMaxParallel(int count);
 
     // The proxy stays set on the session until it is set again, as the
@@ -55,10 +58,13 @@ public:
     const ProxySettings &proxy() const { return proxy_; }
 
     using PageDone = std::function<void(const PageResult &)>;
+    // Attempt `attempt` (1..3) failed with `error` (the error-log wording).
+    using AttemptFailed = std::function<void(int attempt, const QByteArray &error)>;
     // Fetches `url` through `proxy`, one attempt after another until one
-    // opens or three have failed; `done` runs on this object's thread and
+    // opens or three have failed. `attemptFailed` (when given) runs as each
+    // attempt fails, `done` at the end; both on this object's thread and
     // never from inside the call. Returns an id for cancel().
-    quint64 fetchPage(const QByteArray &url, const ProxySettings &proxy, PageDone done);
+    quint64 fetchPage(const QByteArray &url, const ProxySettings &proxy, AttemptFailed attemptFailed, PageDone done);
     // Stops a fetch; its `done` is not called.
     void cancel(quint64 id);
 
@@ -71,6 +77,7 @@ private:
     struct Page {
         QByteArray url;
         ProxySettings proxy;
+        AttemptFailed attemptFailed;
         PageDone done;
         PageResult result;
     };

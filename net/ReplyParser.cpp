@@ -1,10 +1,7 @@
 #include "ReplyParser.h"
 
-#include "AppState.h"
 #include "CFormat.h"
 #include "DeviceUrl.h"
-#include "EventLog.h"
-#include "ProbeEvaluation.h"
 
 namespace cz {
 
@@ -43,45 +40,31 @@ QByteArray probeDisplayText(ProbeType type, const QByteArray &field)
     return formatFixed(parseDouble(field), 1);
 }
 
-int ParseDeviceReply(AppState &app, int slot, const QByteArray &reply, int notFirstQuery,
-                     ProbeEvaluation *evaluation)
+ParsedReply ParseDeviceReply(const DeviceRecord &device, const QByteArray &reply)
 {
-    DeviceRecord *device = app.device(slot);
-    if (!device)
-        return 0;
-    const std::int64_t now = app.clock().now();
-    const QByteArray date = dateText(now);
-    const QByteArray time = clockText(now);
-
-    RollOverDailyFiles(app);
-
-    const bool multiSensor = isMultiSensorModel(device->DeviceModel.bytes());
-    const int count = device->probeSlots();
+    ParsedReply parsed;
+    const bool multiSensor = isMultiSensorModel(device.DeviceModel.bytes());
+    const int count = device.probeSlots();
     qsizetype search = 0;
     for (int i = 0; i < count; ++i) {
         const qsizetype bar = reply.indexOf('|', search);
         if (bar < 0)
-            return 0;
-        // The last probe's field runs to the end of the text, bars and all.
+            return parsed;
         const qsizetype end = i == count - 1 ? reply.size() : reply.indexOf('|', bar + 1);
         if (end <= 0)
-            return 0;
+            return parsed;
         QByteArray field = reply.mid(bar + 1, end - bar - 1).trimmed();
         // "/data" has one field per probe, "/temp" a name field before each value.
         search = multiSensor ? end : end + 1;
-
-        ProbeRecord *probe = device->probe(i);
+        const ProbeRecord *probe = device.probe(i);
         if (!probe)
-            continue;
-        if (probe->ProbeType == ProbeType::Temperature && probe->DisplayUnits != device->DisplayUnits)
-            field = ConvertTemperatureText(device->DisplayUnits, probe->DisplayUnits, field);
-        probe->CurrentValueText = probeDisplayText(probe->ProbeType, field);
-        if (probe->ProbeEnabled && device->LoggingEnabled)
-            AppendDataLine(probe->DataLogFile.bytes(), date, time, probe->CurrentValueText.bytes());
-        if (evaluation)
-            evaluation->evaluateProbeValue(app, slot, i, field, now, notFirstQuery);
+            field.clear();
+        else if (probe->ProbeType == ProbeType::Temperature && probe->DisplayUnits != device.DisplayUnits)
+            field = ConvertTemperatureText(device.DisplayUnits, probe->DisplayUnits, field);
+        parsed.fields.push_back(field);
     }
-    return 1;
+    parsed.complete = true;
+    return parsed;
 }
 
 } // namespace cz

@@ -6,21 +6,23 @@
 
 #include <QByteArray>
 
-#include <cstdint>
+#include <vector>
 
 namespace cz {
 
-class AppState;
-class ProbeEvaluation;
+// The probe fields of one reply, in probe order.
+struct ParsedReply {
+    // One per probe up to the first whose field is missing: the trimmed
+    // field, a temperature already converted to the probe's scale (empty
+    // for a probe slot without a record).
+    std::vector<QByteArray> fields;
+    // Every probe had its field.
+    bool complete = false;
+};
 
-// Reads the reply of device `slot` into its probes: each probe's field is
-// cut, converted to the probe's scale, shown, written to the probe's data
-// file and handed to `evaluation` (when given). The daily rollover of the
-// probe files comes first. Returns 1 when every probe had its field, 0 at
-// the first probe whose field is missing (the probes before it keep what
-// this call gave them).
-int ParseDeviceReply(AppState &app, int slot, const QByteArray &reply, int notFirstQuery,
-                     ProbeEvaluation *evaluation);
+// Cuts the reply of `device` into its probes' fields. The last probe's field
+// runs to the end of the text, bars and all.
+ParsedReply ParseDeviceReply(const DeviceRecord &device, const QByteArray &reply);
 
 // A temperature text converted from one scale to another, written with
 // one decimal. A scale code outside 0..3 leaves the value as it is.

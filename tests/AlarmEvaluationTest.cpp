@@ -12,27 +12,27 @@ namespace {
 // Every alert action, in the order it was started.
 class RecordingActions : public AlertActions {
 public:
-    void playSound(AppState &, const QByteArray &file) override { calls.append("sound " + file); }
-    void sendAlarmEmail(AppState &, int, int probe, double threshold) override
+    void playSound(DeviceStore &, const QByteArray &file) override { calls.append("sound " + file); }
+    void sendAlarmEmail(DeviceStore &, int, int probe, double threshold) override
     {
         calls.append("email " + QByteArray::number(probe + 1) + " " +
                      (threshold == kNoThreshold ? QByteArray("none") : QByteArray::number(threshold)));
     }
-    void triggerVoiceDialer(AppState &, int slot, int) override { calls.append("dialer " + QByteArray::number(slot)); }
-    void runAlertProgram(AppState &, int, int, const QByteArray &program) override { calls.append("program " + program); }
+    void triggerVoiceDialer(DeviceStore &, int slot, int) override { calls.append("dialer " + QByteArray::number(slot)); }
+    void runAlertProgram(DeviceStore &, int, int, const QByteArray &program) override { calls.append("program " + program); }
     QList<QByteArray> calls;
 };
 
 struct EvalFixture : DataFolderFixture {
     EvalFixture() : evaluation(actions)
     {
-        state().readProgramSettings();
+        store().readProgramSettings();
     }
     ProbeRecord &probe(ProbeType type, int threshold = 1)
     {
-        if (!state().device(0))
-            addDevice(state(), "Room", "Model R4", 80, {});
-        DeviceRecord &d = *state().device(0);
+        if (!store().device(0))
+            addDevice(store(), "Room", "Model R4", 80, {});
+        DeviceRecord &d = *store().deviceForUpdate(0);
         const int i = d.ProbeCount++;
         auto p = std::make_unique<ProbeRecord>();
         p->ProbeType = type;
@@ -56,7 +56,7 @@ struct EvalFixture : DataFolderFixture {
     void read(const QByteArray &text, int probeIndex = 0, int notFirstQuery = 1)
     {
         clock.advance(5);
-        evaluation.evaluateProbeValue(state(), 0, probeIndex, text, clock.now(), notFirstQuery);
+        evaluation.evaluateProbeValue(store(), 0, probeIndex, text, clock.now(), notFirstQuery);
     }
     QList<QByteArray> logOf(int probeIndex) { return log.messagesFor("probe" + QByteArray::number(probeIndex + 1) + ".log"); }
 

@@ -25,9 +25,9 @@ constexpr auto T = ProbeType::Temperature;
 struct ActionFixture : DataFolderFixture {
     ActionFixture()
     {
-        state().readProgramSettings();
-        state().programFolder = binDir();
-        device = &addDevice(state(), "Lab", "Model R4", 1, {T, T, T, T});
+        store().readProgramSettings();
+        store().status().programFolder = binDir();
+        device = &addDevice(store(), "Lab", "Model R4", 1, {T, T, T, T});
         device->probe(1)->ProbeEnabled = 0;
     }
     QList<QByteArray> logOf(int probe) { return log.messagesFor(device->probe(probe)->LogFile.bytes()); }
@@ -43,21 +43,21 @@ TEST(AlertProgram, StartsTheProgramWithItsOptionsAndLogsWhatCannotStart)
     writeFile(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"[$a]\"; done > \"$(dirname \"$0\")/ran.txt\"\n");
     QFile::setPermissions(QFile::decodeName(script), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 
-    RunAlertProgram(f.state(), 0, 2, "\"" + script + "\" -x 5 /name \"a-b c\" -path /tmp/a");
+    RunAlertProgram(f.store(), 0, 2, "\"" + script + "\" -x 5 /name \"a-b c\" -path /tmp/a");
     EXPECT_TRUE(waitUntil([&] { return readFile(f.path("ran.txt")).count('\n') == 6; }, 5000));
     // "-" and "/" after a blank start an option and are dropped (so a bare
     // absolute path loses its first "/"); a quoted value keeps its quotes.
     EXPECT_EQ(readFile(f.path("ran.txt")).toStdString(), "[x]\n[5]\n[name]\n[\"a-b c\"]\n[path]\n[tmp/a]\n");
     EXPECT_TRUE(f.logOf(2).isEmpty());
 
-    RunAlertProgram(f.state(), 0, 2, "\"scripts/alert.sh\"");
-    RunAlertProgram(f.state(), 0, 2, "/bin/missing-program -x");
+    RunAlertProgram(f.store(), 0, 2, "\"scripts/alert.sh\"");
+    RunAlertProgram(f.store(), 0, 2, "/bin/missing-program -x");
     EXPECT_EQ(f.logOf(2), QList<QByteArray>({"Spawn of \"\"scripts/alert.sh\"\" for device 0 probe 2 failed. (invalid "
                                              "path format)",
                                              "Spawn of \"/bin/missing-program -x\" for device 0 probe 2 failed. "
                                              "Reason: 2"}));
     f.device->LoggingEnabled = 0;
-    RunAlertProgram(f.state(), 0, 2, "relative");
+    RunAlertProgram(f.store(), 0, 2, "relative");
     EXPECT_EQ(f.logOf(2).size(), 2);
 }
 
@@ -69,9 +69,9 @@ TEST(VoiceDialer, PulsesDtrAndLogsOncePerProbeToEveryEnabledProbe)
     ASSERT_EQ(openpty(&master, &slave, name, nullptr, nullptr), 0);
     const QByteArray pts(name);
     const int number = pts.mid(pts.lastIndexOf('/') + 1).toInt();
-    f.state().settings.SerialPortPattern = "/dev/pts/%d";
+    f.store().settings.SerialPortPattern = "/dev/pts/%d";
     f.device->DialerPort = number + 1;
-    VoiceDialer dialer(f.state());
+    VoiceDialer dialer(f.store());
     int finished = 0;
     QObject::connect(&dialer, &VoiceDialer::finished, [&] { ++finished; });
     dialer.TriggerVoiceDialer(0, 0);
@@ -84,7 +84,7 @@ TEST(VoiceDialer, PulsesDtrAndLogsOncePerProbeToEveryEnabledProbe)
     ::close(master);
     ::close(slave);
 
-    f.state().settings.SerialPortPattern = "/dev/corvanta-no-port%d";
+    f.store().settings.SerialPortPattern = "/dev/corvanta-no-port%d";
     f.device->DialerPort = 3;
     dialer.TriggerVoiceDialer(0, 0);
     EXPECT_EQ(f.logOf(2).last(), "Error initializing /dev/corvanta-no-port2 for device 0.");
@@ -95,12 +95,12 @@ TEST(EmailSettingsTest, SendsATestToEachRecipientPausingAfterEach)
 {
     SmtpServer server;
     ActionFixture f;
-    EmailQueue queue(f.state());
+    EmailQueue queue(f.store());
     ScriptConsole console;
     QByteArray shown;
     QObject::connect(&console, &ScriptConsole::output, [&](const QByteArray &text) { shown += text; });
     QStringList faults;
-    const EmailTestContext context{f.state(), [&](const QString &m) { faults << m; },
+    const EmailTestContext context{f.store(), [&](const QString &m) { faults << m; },
                                    [&](const QByteArray &path) { return console.start(path, f.root()); }};
     EmailTestFields fields;
     fields.server = "127.0.0.1";

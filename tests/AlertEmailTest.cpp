@@ -2,7 +2,6 @@
 // scripts, the configuration errors, and the query-failure e-mail.
 #include "AlarmEvaluation.h"
 #include "AlertDispatcher.h"
-#include "DeviceQueryClient.h"
 #include "MailTestSupport.h"
 #include "NetTestSupport.h"
 #include "ProbeAlertEmail.h"
@@ -31,16 +30,15 @@ public:
 // working files in the test's data folder.
 struct AlertFixture : NetFixture {
     AlertFixture()
-        : alerts(state(), sound), evaluation(alerts), client(state(), session), cycle(state(), client)
+        : alerts(store(), sound), evaluation(alerts), cycle(store(), session)
     {
-        state().programFolder = binDir();
-        client.setEvaluation(&evaluation);
-        QObject::connect(&client, &DeviceQueryClient::walkFinished, &cycle, &QueryCycle::walkFinished);
+        status.programFolder = binDir();
+        cycle.setEvaluation(&evaluation);
     }
     void tick()
     {
         cycle.tick();
-        EXPECT_TRUE(waitUntil([&] { return !client.walkRunning(); }));
+        EXPECT_TRUE(waitUntil([&] { return cycle.queriesInFlight() == 0; }));
     }
     bool queueDone() { return waitUntil([&] { return alerts.emailQueue().idle(); }, 20000); }
     // A probe set to alarm above 85 at the first reading, mailing `server`.
@@ -61,7 +59,6 @@ struct AlertFixture : NetFixture {
     NoSound sound;
     AlertDispatcher alerts;
     AlarmEvaluation evaluation;
-    DeviceQueryClient client;
     QueryCycle cycle;
 };
 
@@ -108,7 +105,7 @@ TEST(AlertEmail, AnAlarmFromADeviceReachesEveryRecipientOfTheList)
 TEST(AlertEmail, TheWorkingFilesAndTheScriptHoldExactlyWhatIsSent)
 {
     AlertFixture f;
-    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T, T, T, T, T, T, T});
+    DeviceRecord &d = addDevice(f.store(), "Lab", "Model R4", 1, {T, T, T, T, T, T, T});
     ProbeRecord &p = f.mailingProbe(d, 0); // port 0 sends on 25
     ProbeRecord &seventh = *d.probe(6);
     seventh = p;
@@ -122,10 +119,10 @@ TEST(AlertEmail, TheWorkingFilesAndTheScriptHoldExactlyWhatIsSent)
     seventh.EmailCautionSubject = "";
     seventh.CurrentValueText = "38.5";
     d.LastContactTimeVal = f.clock.now();
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 6, 40.0);
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 6, 40.0);
     EXPECT_TRUE(f.queueDone());
 
-    EXPECT_EQ(f.state().status(), "Status: sending alert email for Lab:Inlet (probe 7)...");
+    EXPECT_EQ(f.status.text(), "Status: sending alert email for Lab:Inlet (probe 7)...");
     EXPECT_TRUE(f.file("email_body.tmp").contains("Low Caution"));
     EXPECT_EQ(f.file("email_recipients.tmp"), "a@lab.example\r\nb@lab.example");
     // The list read back over the longer field keeps the field's tail: a
@@ -141,12 +138,12 @@ TEST(AlertEmail, TheWorkingFilesAndTheScriptHoldExactlyWhatIsSent)
 TEST(AlertEmail, ClearAndSwitchAlertsUseTheirFixedBodies)
 {
     AlertFixture f;
-    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T, ProbeType::Switch});
+    DeviceRecord &d = addDevice(f.store(), "Lab", "Model R4", 1, {T, ProbeType::Switch});
     ProbeRecord &p = f.mailingProbe(d, 1);
     p.EmailTemplate = ""; // a clear needs no template
     p.ProbeName = "Inlet";
     p.ProbeNumber = 1;
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 0, kNoValue);
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 0, kNoValue);
     EXPECT_TRUE(f.queueDone());
     EXPECT_EQ(f.file("email_body.tmp"), "An alarm condition has been cleared by the device named Lab\r\non the probe "
                                         "named Inlet (probe number 01).\r\nThe alarm was cleared on Sat, Nov 14, "
@@ -159,7 +156,7 @@ TEST(AlertEmail, ClearAndSwitchAlertsUseTheirFixedBodies)
     door.ProbeName = "Door";
     door.ProbeNumber = 2;
     door.AlarmState = AlarmState::HighAlarm;
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 1, 0);
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 1, 0);
     EXPECT_TRUE(f.queueDone());
     EXPECT_EQ(f.file("email_body.tmp"), "A switch alarm has been reported by the device named Lab\r\non the probe "
                                         "named Door (probe number 02).\r\nThe alarm occured on Sat, Nov 14, 2026 at "
@@ -170,26 +167,26 @@ TEST(AlertEmail, ClearAndSwitchAlertsUseTheirFixedBodies)
 TEST(AlertEmail, ConfigurationFaultsAreLoggedOnlyWhenTheDeviceLogsThem)
 {
     AlertFixture f;
-    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T, T, T});
+    DeviceRecord &d = addDevice(f.store(), "Lab", "Model R4", 1, {T, T, T});
     ProbeRecord &p = *d.probe(2);
     p.AlarmState = AlarmState::HighAlarm;
     d.LogQueryFailures = 0;
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
-    EXPECT_FALSE(exists(f.state().folder().emailErrorLog()));
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
+    EXPECT_FALSE(exists(f.store().folder().emailErrorLog()));
 
     d.LogQueryFailures = 1;
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     p.SMTPServer = "127.0.0.1";
     p.EmailTo = "ops@lab.example";
     p.EmailFrom = "monitor@lab.example";
     p.EmailTemplate = "";
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     writeFile(f.path("big.txt"), QByteArray(16385, 'x'));
     p.EmailTemplate = f.path("big.txt");
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     p.EmailTemplate = f.path("Templates/DefaultEmailTemplate.txt");
     p.EmailTo = f.path("missing.TXT");
-    SendProbeAlertEmail(f.state(), f.alerts.emailQueue(), 0, 2, 85);
+    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     EXPECT_TRUE(f.queueDone());
     // Device counted from 0, probe from 1; entries run on with no line end.
     const QByteArray prefix = "11-14-26 13:05:09: Sat, Nov 14, 2026 13:05:09 PM Error in configuration for device 0, "
@@ -208,7 +205,7 @@ TEST(AlertEmail, AQueryFailureMailsTheDevicesOwnSettingsAndCleansUp)
     SmtpServer server;
     AlertFixture f;
     f.alerts.emailQueue().setSpacing(300);
-    DeviceRecord &d = addDevice(f.state(), "Lab", "Model R4", 1, {T});
+    DeviceRecord &d = addDevice(f.store(), "Lab", "Model R4", 1, {T});
     f.alerts.sendQueryFailureEmail(0); // off: nothing at all
     EXPECT_TRUE(f.queueDone());
     EXPECT_TRUE(f.messages.isEmpty());

@@ -13,7 +13,7 @@ struct AutoConfFixture : NetFixture {
     // Runs the whole automatic configuration against simulated device `index`.
     AutoConfResult configure(int index, const QByteArray &typedName = {}, bool log = true)
     {
-        DeviceAutoConfiguration service(state(), session);
+        DeviceAutoConfiguration service(store(), session);
         AutoConfRequest request;
         request.address = "127.0.0.1";
         request.port = sim.port(index);
@@ -115,7 +115,7 @@ TEST(AutoConfiguration, AnUnknownModelGivesTheUnsupportedDeviceMessageAndItsLogE
     f.sim.addDevice(simDevice("Model X9", {1}));
     const AutoConfResult r = f.configure(0);
     EXPECT_FALSE(r.ok);
-    const QByteArray log = f.state().folder().autoConfErrorLog();
+    const QByteArray log = f.store().folder().autoConfErrorLog();
     const QByteArray message = "This is an unsupported device or the query failed.\n"
                                "Please verify the device connection and type.\n\n"
                                "Details about the error returned by the communications\n"
@@ -137,7 +137,7 @@ TEST(AutoConfiguration, ThreeRefusedConnectionsEndInTheAttemptStatusAndTheUnsupp
     EXPECT_FALSE(r.ok);
     EXPECT_TRUE(r.errorMessage.startsWith("This is an unsupported device or the query failed."));
     EXPECT_EQ(f.statuses.last(), "ERROR: device query failed (attempt #3, check error log...");
-    EXPECT_EQ(readFile(f.state().folder().internetErrorLog()).count("could not be established"), 3);
+    EXPECT_EQ(readFile(f.store().folder().internetErrorLog()).count("could not be established"), 3);
 }
 
 TEST(AutoConfiguration, ADeviceNameThatCannotNameAFileIsMadeSafe)

@@ -1,4 +1,4 @@
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "DeviceFile.h"
 #include "IniFile.h"
 #include "TestSupport.h"
@@ -13,7 +13,7 @@ using namespace cz::test;
 namespace {
 
 // A device added by hand: what the add-device flow builds before its first save.
-int addDevice(AppState &s, const QByteArray &name, int probes)
+int addDevice(DeviceStore &s, const QByteArray &name, int probes)
 {
     QDir().mkpath(QFile::decodeName(s.folder().devices()));
     auto d = newDeviceRecord(s.folder().root, name, "Model R4", 80, probes);
@@ -24,9 +24,7 @@ int addDevice(AppState &s, const QByteArray &name, int probes)
         p->ChartDataColor = defaultChartColor(i);
         p->ChartDataSymbol = defaultChartSymbol(i);
     }
-    const int slot = s.deviceCount++;
-    s.devices[std::size_t(slot)] = std::move(d);
-    return slot;
+    return s.addDevice(std::move(d));
 }
 
 QList<QByteArray> keysOf(const QByteArray &text)
@@ -45,7 +43,7 @@ QList<QByteArray> keysOf(const QByteArray &text)
 TEST(DeviceFile, ANewDeviceFileIsTheTemplateTextFollowedByEveryKeyInOrder)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
     writeFile(f.path("Templates/DeviceTemplate.txt"), "; head\r\n[Device]\r\n; device keys follow\r\n");
     writeFile(f.path("Templates/ProbeTemplate.txt"), "[ProbeXX]\r\n; ProbeXX keys follow\r\n");
@@ -73,16 +71,16 @@ TEST(DeviceFile, ANewDeviceFileIsTheTemplateTextFollowedByEveryKeyInOrder)
     EXPECT_FALSE(text.contains("CurrentTemp="));
 
     // Adding a device is logged, and afterwards every device key is due again.
-    EXPECT_EQ(f.log.messagesFor(s.devices[0]->probe(1)->LogFile.bytes()), QList<QByteArray>{"New device added."});
-    EXPECT_EQ(s.devices[0]->ChangedKeys, kAllKeys);
-    EXPECT_EQ(s.devices[0]->probe(0)->ChangedKeys, 0u);
-    EXPECT_EQ(s.status(), "Status: monitoring devices...");
+    EXPECT_EQ(f.log.messagesFor(s.deviceForUpdate(0)->probe(1)->LogFile.bytes()), QList<QByteArray>{"New device added."});
+    EXPECT_EQ(s.deviceForUpdate(0)->ChangedKeys, kAllKeys);
+    EXPECT_EQ(s.deviceForUpdate(0)->probe(0)->ChangedKeys, 0u);
+    EXPECT_EQ(s.status().text(), "Status: monitoring devices...");
 }
 
 TEST(DeviceFile, MissingTemplatesAreReportedAndTheFileStillHoldsEveryKey)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     const int slot = addDevice(s, "Bare", 1);
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
     EXPECT_EQ(f.messages, (QStringList{"Error reading device template file.\n", "Error reading probe template file.\n"}));
@@ -109,10 +107,10 @@ TEST(DeviceFile, EveryProbeXXSectionHeaderOfTheProbeTemplateIsNumbered)
 TEST(DeviceFile, OnlyChangedKeysAreSavedAndEachIsLoggedToEnabledProbes)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     const int slot = addDevice(s, "Lab", 2);
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
-    DeviceRecord &d = *s.devices[std::size_t(slot)];
+    DeviceRecord &d = *s.deviceForUpdate(slot);
     d.ChangedKeys = 0;
     d.probe(1)->ProbeEnabled = 0;
     QByteArray before = readFile(f.path("Devices/Lab.ini"));
@@ -149,9 +147,9 @@ TEST(DeviceFile, OnlyChangedKeysAreSavedAndEachIsLoggedToEnabledProbes)
 TEST(DeviceFile, TemperaturesWithoutAReadingAreNotWritten)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     const int slot = addDevice(s, "Lab", 1);
-    DeviceRecord &d = *s.devices[std::size_t(slot)];
+    DeviceRecord &d = *s.deviceForUpdate(slot);
     d.probe(0)->CurrentTemp = 70.25;
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
     d.ChangedKeys = 0;
@@ -164,9 +162,9 @@ TEST(DeviceFile, TemperaturesWithoutAReadingAreNotWritten)
 TEST(DeviceFile, TheLowestTempKeyHoldsTheLowestTemperaturesTime)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     const int slot = addDevice(s, "Lab", 1);
-    ProbeRecord &p = *s.devices[std::size_t(slot)]->probe(0);
+    ProbeRecord &p = *s.deviceForUpdate(slot)->probe(0);
     p.LowestTemp = 55.5;
     p.LowestTempTimeVal = 1794661000;
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
@@ -175,7 +173,7 @@ TEST(DeviceFile, TheLowestTempKeyHoldsTheLowestTemperaturesTime)
 
     writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Lab\r\n");
     f.restart().readProgramSettings();
-    EXPECT_EQ(f.state().devices[0]->probe(0)->LowestTemp, 1794661000.0);
+    EXPECT_EQ(f.store().deviceForUpdate(0)->probe(0)->LowestTemp, 1794661000.0);
 }
 
 TEST(DeviceFile, ReadingAppliesDateKeysAndTheStartOfRunResets)
@@ -189,9 +187,9 @@ TEST(DeviceFile, ReadingAppliesDateKeysAndTheStartOfRunResets)
               "HighestTempTimeVal=100\nHighestTempDate=200\nLowestTempTimeVal=300\n"
               "HighestHumidity=55\nCurrentTemp=77.70\nSwitchState=8\nLastAlarmSetTimeVal=400\n"
               "HighAlarmHumidity=45.9\nDataLogFile=/elsewhere.csv\n");
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
-    const DeviceRecord &d = *s.devices[0];
+    const DeviceRecord &d = *s.deviceForUpdate(0);
     const ProbeRecord &p = *d.probe(0);
     EXPECT_EQ(d.LastContactTimeVal, 0);
     EXPECT_EQ(d.QueryInterval, 5);
@@ -218,30 +216,30 @@ TEST(DeviceFile, ProbeCountsOutsideOneToSixteenAreClamped)
     writeFile(f.path("Devices/None.ini"), "[Device]\r\nProbeCount=0\r\n");
     writeFile(f.path("Devices/Neg.ini"), "[Device]\r\nProbeCount=-3\r\n");
     writeFile(f.path("Devices/Many.ini"), "[Device]\r\nProbeCount=99\r\n");
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
-    ASSERT_EQ(s.deviceCount, 3);
-    EXPECT_EQ(s.devices[0]->probeSlots(), 0);
-    EXPECT_EQ(s.devices[1]->probeSlots(), 0);
-    EXPECT_EQ(s.devices[2]->ProbeCount, 16);
-    EXPECT_NE(s.devices[2]->probe(15), nullptr);
+    ASSERT_EQ(s.deviceCount(), 3);
+    EXPECT_EQ(s.deviceForUpdate(0)->probeSlots(), 0);
+    EXPECT_EQ(s.deviceForUpdate(1)->probeSlots(), 0);
+    EXPECT_EQ(s.deviceForUpdate(2)->ProbeCount, 16);
+    EXPECT_NE(s.deviceForUpdate(2)->probe(15), nullptr);
 }
 
 TEST(DeviceFile, DeletingADeviceCompactsTheSlotsAndRewritesTheList)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
     for (const char *name : {"A", "B", "C"})
         s.writeDeviceFile(addDevice(s, name, 1), true);
     ASSERT_TRUE(s.writeDevicesSection());
     int removed = -1;
-    QObject::connect(&s, &AppState::deviceRemoved, [&removed](int slot) { removed = slot; });
+    QObject::connect(&s, &DeviceStore::deviceRemoved, [&removed](int slot) { removed = slot; });
     ASSERT_TRUE(s.deleteDevice(1));
     EXPECT_EQ(removed, 1);
-    EXPECT_EQ(s.deviceCount, 2);
-    EXPECT_EQ(s.devices[1]->DeviceName.bytes(), "C");
-    EXPECT_EQ(s.devices[1]->probe(0)->DeviceNumber, 1);
+    EXPECT_EQ(s.deviceCount(), 2);
+    EXPECT_EQ(s.deviceForUpdate(1)->DeviceName.bytes(), "C");
+    EXPECT_EQ(s.deviceForUpdate(1)->probe(0)->DeviceNumber, 1);
     EXPECT_FALSE(exists(f.path("Devices/B.ini")));
     EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).endsWith("[Devices]\r\nDevice001=A\r\nDevice002=C\r\n"));
     s.deleteDevice(0);
@@ -252,29 +250,29 @@ TEST(DeviceFile, DeletingADeviceCompactsTheSlotsAndRewritesTheList)
 TEST(DeviceFile, RenamingKeepsTheOldFileAndPointsTheProbeFilesAtTheNewName)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
     const int slot = addDevice(s, "Lab", 1);
     s.writeDeviceFile(slot, true);
-    s.devices[0]->ChangedKeys = 0;
+    s.deviceForUpdate(0)->ChangedKeys = 0;
     ASSERT_TRUE(s.renameDevice(slot, "Lab2"));
     EXPECT_TRUE(exists(f.path("Devices/Lab.ini")));
     const QByteArray renamed = readFile(f.path("Devices/Lab2.ini"));
     EXPECT_TRUE(renamed.contains("DeviceName=Lab2\r\n"));
     EXPECT_TRUE(renamed.contains("HighAlarmTemp=90.00\r\n"));
     EXPECT_TRUE(renamed.contains("LogFile=" + f.root() + "/Logs/Lab2-Probe01-(Probe 1).log\r\n"));
-    EXPECT_EQ(s.devices[0]->probe(0)->DataLogFile.bytes(), f.root() + "/Data/Lab2-Probe01-(Probe 1).csv");
+    EXPECT_EQ(s.deviceForUpdate(0)->probe(0)->DataLogFile.bytes(), f.root() + "/Data/Lab2-Probe01-(Probe 1).csv");
     EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).endsWith("[Devices]\r\nDevice001=Lab2\r\n"));
 }
 
 TEST(DeviceFile, NamesThatAreNotFileNamesAreRefusedEverywhere)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=../escape\r\nDevice002=..\r\nDevice003=Good\r\n");
     s.readProgramSettings();
-    ASSERT_EQ(s.deviceCount, 1);
-    EXPECT_EQ(s.devices[0]->DeviceName.bytes(), "Good");
+    ASSERT_EQ(s.deviceCount(), 1);
+    EXPECT_EQ(s.deviceForUpdate(0)->DeviceName.bytes(), "Good");
     EXPECT_EQ(f.messages.size(), 2);
     EXPECT_TRUE(f.messages[0].contains("\"../escape\" cannot be used"));
 
@@ -283,9 +281,9 @@ TEST(DeviceFile, NamesThatAreNotFileNamesAreRefusedEverywhere)
     EXPECT_FALSE(s.renameDevice(0, QByteArray("nul\0byte", 8)));
     EXPECT_FALSE(s.renameDevice(0, "."));
     EXPECT_EQ(f.messages.size(), 3);
-    EXPECT_EQ(s.devices[0]->DeviceName.bytes(), "Good");
+    EXPECT_EQ(s.deviceForUpdate(0)->DeviceName.bytes(), "Good");
 
-    s.devices[0]->DeviceName = "../../outside";
+    s.deviceForUpdate(0)->DeviceName = "../../outside";
     EXPECT_FALSE(s.writeDeviceFile(0, true));
     EXPECT_FALSE(exists(f.root() + "/../outside.ini"));
 }
@@ -293,10 +291,10 @@ TEST(DeviceFile, NamesThatAreNotFileNamesAreRefusedEverywhere)
 TEST(DeviceFile, AFailedSaveKeepsTheOldFileAndTheChangesForTheNextSave)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     const int slot = addDevice(s, "Lab", 4);
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
-    DeviceRecord &d = *s.devices[std::size_t(slot)];
+    DeviceRecord &d = *s.deviceForUpdate(slot);
     d.ChangedKeys = 0;
     const QByteArray before = readFile(f.path("Devices/Lab.ini"));
     f.messages.clear();

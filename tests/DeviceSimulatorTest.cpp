@@ -32,7 +32,7 @@ PageResult fetch(HttpSession &session, const QByteArray &url)
 {
     PageResult result;
     bool done = false;
-    session.fetchPage(url, {}, [&](const PageResult &r) {
+    session.fetchPage(url, {}, nullptr, [&](const PageResult &r) {
         result = r;
         done = true;
     });
@@ -58,7 +58,7 @@ TEST(DeviceSimulator, TheProgramServesItsDevicesAndObeysTheControlPort)
     const QByteArray control = "http://127.0.0.1:" + lines[1].split(' ')[1];
 
     HttpSession session;
-    session.setTimeouts(1000, 1000);
+    session.setTimeouts(1000, 1000, 5000);
     EXPECT_EQ(fetch(session, control + "/time?freeze=5").reply, "5\n");
     EXPECT_EQ(fetch(session, device + "/temp").reply, "North|11.0|Door|1");
     EXPECT_EQ(fetch(session, device + "/config").reply, "SN0001|Cellar|Model P16|2|1|North|2|Door");

@@ -1,5 +1,6 @@
-#include "AppState.h"
-#include "EventLog.h"
+#include "DeviceStore.h"
+#include "DailyRollover.h"
+#include "LogFiles.h"
 #include "TestSupport.h"
 
 #include <QDir>
@@ -52,7 +53,7 @@ TEST(EventLog, AFileThatCannotBeOpenedIsSkippedQuietly)
 TEST(EventLog, TheFirstReadingAfterMidnightMovesTheDaysFilesIntoFoldersNamedByThatDay)
 {
     DataFolderFixture f;
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
     f.clock.set(1794700798);  // 11-14-26 23:59:58
     s.currentDateText = "11-14-26";

@@ -31,10 +31,10 @@ QList<QByteArray> RecordingEvaluation::textsFor(int slot) const
     return out;
 }
 
-DeviceRecord &addDevice(AppState &app, const QByteArray &name, const QByteArray &model, int port,
+DeviceRecord &addDevice(DeviceStore &app, const QByteArray &name, const QByteArray &model, int port,
                         std::initializer_list<ProbeType> types)
 {
-    const int slot = app.deviceCount++;
+    const int slot = app.deviceCount();
     auto device = newDeviceRecord(app.folder().root, name, model, port, int(types.size()));
     device->LogQueryFailures = 1;
     int i = 0;
@@ -45,9 +45,8 @@ DeviceRecord &addDevice(AppState &app, const QByteArray &name, const QByteArray 
         probe->LogFile = probeFilePath(app.folder().logs(), name, i, probe->ProbeName.bytes(), "log");
     }
     resetRunState(*device, slot, app.folder().root);
-    device->QueryDue = 1;
-    app.devices[std::size_t(slot)] = std::move(device);
-    return *app.devices[std::size_t(slot)];
+    app.addDevice(std::move(device));
+    return *app.deviceForUpdate(slot);
 }
 
 devsim::SimDevice simDevice(const QByteArray &model, std::initializer_list<double> values, const QByteArray &name)
@@ -67,16 +66,16 @@ devsim::SimDevice simDevice(const QByteArray &model, std::initializer_list<doubl
 
 NetFixture::NetFixture()
 {
-    state().readProgramSettings();
-    state().currentDateText = dateText(clock.now());
-    session.setTimeouts(1000, 400);
-    QObject::connect(&state(), &AppState::statusChanged, [this](const QString &s) { statuses.append(s); });
+    store().readProgramSettings();
+    store().currentDateText = dateText(clock.now());
+    session.setTimeouts(1000, 400, 3000);
+    QObject::connect(&status, &ProgramStatus::changed, [this](const QString &s) { statuses.append(s); });
 }
 
 DeviceRecord &NetFixture::addSimulated(const devsim::SimDevice &simulated, std::initializer_list<ProbeType> types)
 {
     const int index = sim.addDevice(simulated);
-    return addDevice(state(), simulated.name, simulated.model, sim.port(index), types);
+    return addDevice(store(), simulated.name, simulated.model, sim.port(index), types);
 }
 
 } // namespace cz::test

@@ -25,7 +25,7 @@ struct EvaluatedValue {
 
 class RecordingEvaluation : public ProbeEvaluation {
 public:
-    void evaluateProbeValue(AppState &, int slot, int probeIndex, const QByteArray &valueText, std::int64_t,
+    void evaluateProbeValue(DeviceStore &, int slot, int probeIndex, const QByteArray &valueText, std::int64_t,
                             int notFirstQuery) override
     {
         values.push_back({slot, probeIndex, valueText, notFirstQuery});
@@ -36,7 +36,7 @@ public:
 
 // A device record in the next slot, with enabled probes of the given types,
 // logging on and the usual log and data file paths.
-DeviceRecord &addDevice(AppState &app, const QByteArray &name, const QByteArray &model, int port,
+DeviceRecord &addDevice(DeviceStore &app, const QByteArray &name, const QByteArray &model, int port,
                         std::initializer_list<ProbeType> types);
 
 // A simulated device whose probes hold the given values.

@@ -1,4 +1,4 @@
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "DeviceFile.h"
 #include "TestSupport.h"
 
@@ -12,15 +12,15 @@ using namespace cz::test;
 TEST(ProgramSettings, FirstStartMakesEveryFolderAndInstallsTheShippedFiles)
 {
     DataFolderFixture f;
-    f.state().readProgramSettings();
+    f.store().readProgramSettings();
     for (const char *folder : {"Devices", "Logs", "Save", "Data", "Help", "Templates", "Sounds"})
         EXPECT_TRUE(QFileInfo(QFile::decodeName(f.path(folder))).isDir()) << folder;
     EXPECT_TRUE(f.messages.isEmpty());
-    EXPECT_EQ(f.state().deviceCount, 0);
-    EXPECT_EQ(f.state().settings.NormalColor, 65280);
-    EXPECT_EQ(f.state().settings.YAxis1Color, 8438015);
-    EXPECT_EQ(f.state().settings.Columns[40].Title.bytes(), "Switch Close Time");
-    EXPECT_EQ(f.state().settings.Columns[12].Width, 109);
+    EXPECT_EQ(f.store().deviceCount(), 0);
+    EXPECT_EQ(f.store().settings.NormalColor, 65280);
+    EXPECT_EQ(f.store().settings.YAxis1Color, 8438015);
+    EXPECT_EQ(f.store().settings.Columns[40].Title.bytes(), "Switch Close Time");
+    EXPECT_EQ(f.store().settings.Columns[12].Width, 109);
 
     const QByteArray email = readFile(f.path("Templates/DefaultEmailTemplate.txt"));
     for (const char *var : {"$CURRENT_VALUE", "$ALARM_STATE", "$ALARM_DATE", "$ALARM_TIME", "$THRESH_EXCEEDED",
@@ -42,16 +42,16 @@ TEST(ProgramSettings, DevicesWithGapsFillConsecutiveSlotsAndKeysAbove256AreIgnor
     DataFolderFixture f;
     writeFile(f.path("Corvanta Zephtra.ini"),
               "[Devices]\r\nDevice001=Alpha\r\nDevice003=Gamma\r\nDevice256=Last\r\nDevice257=TooFar\r\n");
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
-    ASSERT_EQ(s.deviceCount, 3);
-    EXPECT_EQ(s.devices[0]->DeviceName.bytes(), "Alpha");
-    EXPECT_EQ(s.devices[1]->DeviceName.bytes(), "Gamma");
-    EXPECT_EQ(s.devices[2]->DeviceName.bytes(), "Last");
+    ASSERT_EQ(s.deviceCount(), 3);
+    EXPECT_EQ(s.deviceForUpdate(0)->DeviceName.bytes(), "Alpha");
+    EXPECT_EQ(s.deviceForUpdate(1)->DeviceName.bytes(), "Gamma");
+    EXPECT_EQ(s.deviceForUpdate(2)->DeviceName.bytes(), "Last");
     // Missing device files give devices with the file defaults.
-    EXPECT_EQ(s.devices[1]->DevicePort, 80);
-    EXPECT_EQ(s.devices[1]->ProbeCount, 4);
-    EXPECT_EQ(s.devices[1]->probe(3)->DeviceNumber, 1);
+    EXPECT_EQ(s.deviceForUpdate(1)->DevicePort, 80);
+    EXPECT_EQ(s.deviceForUpdate(1)->ProbeCount, 4);
+    EXPECT_EQ(s.deviceForUpdate(1)->probe(3)->DeviceNumber, 1);
 }
 
 TEST(ProgramSettings, AHandWrittenFileKeepsCommentsAndUnknownKeysAndDevicesIsLeftAlone)
@@ -60,14 +60,14 @@ TEST(ProgramSettings, AHandWrittenFileKeepsCommentsAndUnknownKeysAndDevicesIsLef
     const QByteArray original = "; written by hand\n[Program]\nShowDisabledProbes = 1\nHighAlarmColor=16711680\n"
                                 "ListColumn07Enabled=0\nMyOwnKey=keep\n\n[Devices]\n; list\nDevice002=Lab\n";
     writeFile(f.path("Corvanta Zephtra.ini"), original);
-    AppState &s = f.state();
+    DeviceStore &s = f.store();
     s.readProgramSettings();
     EXPECT_EQ(s.settings.ShowDisabledProbes, 1);
     EXPECT_EQ(s.settings.HighAlarmColor, 16711680);
     EXPECT_EQ(s.settings.Columns[7].Enabled, 0);
     s.settings.Columns[7].Width = 0;
     ASSERT_TRUE(s.writeProgramSettings());
-    EXPECT_EQ(s.status(), "Status: writing program configuration data...");
+    EXPECT_EQ(s.status().text(), "Status: writing program configuration data...");
 
     const QByteArray saved = readFile(f.path("Corvanta Zephtra.ini"));
     EXPECT_TRUE(saved.startsWith("; written by hand\r\n[Program]\r\nShowDisabledProbes=1\r\nHighAlarmColor=16711680\r\n"
@@ -78,8 +78,8 @@ TEST(ProgramSettings, AHandWrittenFileKeepsCommentsAndUnknownKeysAndDevicesIsLef
     EXPECT_FALSE(saved.contains("\n\n"));  // every line ends in CR LF
 
     f.restart().readProgramSettings();
-    EXPECT_EQ(f.state().settings.Columns[7].Enabled, 0);
-    EXPECT_EQ(f.state().settings.Columns[7].Width, 0);
+    EXPECT_EQ(f.store().settings.Columns[7].Enabled, 0);
+    EXPECT_EQ(f.store().settings.Columns[7].Width, 0);
 }
 
 TEST(ProgramSettings, AFolderThatCannotBeMadeIsReportedAndReadingGoesOn)
@@ -87,10 +87,10 @@ TEST(ProgramSettings, AFolderThatCannotBeMadeIsReportedAndReadingGoesOn)
     DataFolderFixture f;
     writeFile(f.path("Logs"), "a file where the folder should be");
     writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Lab\r\n");
-    f.state().readProgramSettings();
+    f.store().readProgramSettings();
     EXPECT_EQ(f.messages, QStringList{"The installation of Corvanta Zephtra is incomplete (log dir).\n"
                                       " Please contact Varnholt Technical Support."});
-    EXPECT_EQ(f.state().deviceCount, 1);
+    EXPECT_EQ(f.store().deviceCount(), 1);
     EXPECT_TRUE(QFileInfo(QFile::decodeName(f.path("Sounds"))).isDir());
 }
 
@@ -102,7 +102,7 @@ TEST(ProgramSettings, ADamagedSettingsFileLoadsWithDefaults)
         junk += char((i * 131) % 256);
     junk += '\n' + QByteArray(10 * 1024 * 1024, 'q');
     writeFile(f.path("Corvanta Zephtra.ini"), junk);
-    f.state().readProgramSettings();
-    EXPECT_EQ(f.state().settings.HighAlarmColor, 255);
-    EXPECT_EQ(f.state().settings.TemperatureHighMargin, 10);
+    f.store().readProgramSettings();
+    EXPECT_EQ(f.store().settings.HighAlarmColor, 255);
+    EXPECT_EQ(f.store().settings.TemperatureHighMargin, 10);
 }

@@ -1,13 +1,19 @@
 #include "AlarmEvaluation.h"
 #include "AlertActions.h"
-#include "DeviceQueryClient.h"
+#include "CFormat.h"
+#include "DeviceFile.h"
 #include "NetTestSupport.h"
 #include "QueryCycle.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
 using namespace cz;
 using namespace cz::test;
+using devsim::Fault;
 
 namespace {
 
@@ -15,40 +21,108 @@ constexpr auto T = ProbeType::Temperature;
 
 class CountingActions : public AlertActions {
 public:
-    void playSound(AppState &, const QByteArray &) override {}
-    void sendAlarmEmail(AppState &, int, int, double) override { ++emails; }
-    void triggerVoiceDialer(AppState &, int, int) override {}
-    void runAlertProgram(AppState &, int, int, const QByteArray &) override {}
+    void playSound(DeviceStore &, const QByteArray &) override {}
+    void sendAlarmEmail(DeviceStore &, int, int, double) override { ++emails; }
+    void triggerVoiceDialer(DeviceStore &, int, int) override {}
+    void runAlertProgram(DeviceStore &, int, int, const QByteArray &) override {}
     int emails = 0;
 };
 
-struct CycleFixture : NetFixture {
-    CycleFixture() : evaluation(actions), client(state(), session), cycle(state(), client)
+// Forwards every reading to the alarm evaluation and records it.
+class RecordingAlarmEvaluation : public RecordingEvaluation {
+public:
+    explicit RecordingAlarmEvaluation(AlertActions &actions) : alarms(actions) {}
+    void evaluateProbeValue(DeviceStore &store, int slot, int probeIndex, const QByteArray &valueText,
+                            std::int64_t now, int notFirstQuery) override
     {
-        client.setEvaluation(&evaluation);
-        QObject::connect(&client, &DeviceQueryClient::walkFinished, &cycle, &QueryCycle::walkFinished);
-        QObject::connect(&cycle, &QueryCycle::deviceSampled, [this](int slot, int result) {
-            sampled.append(QStringLiteral("%1:%2").arg(slot).arg(result));
-        });
+        RecordingEvaluation::evaluateProbeValue(store, slot, probeIndex, valueText, now, notFirstQuery);
+        alarms.evaluateProbeValue(store, slot, probeIndex, valueText, now, notFirstQuery);
+    }
+    AlarmEvaluation alarms;
+};
+
+struct CycleFixture : NetFixture {
+    CycleFixture() : evaluation(actions), cycle(store(), session)
+    {
+        cycle.setEvaluation(&evaluation);
+        QObject::connect(&cycle, &QueryCycle::replyApplied, [this](int s) { applied.append(s); });
+        QObject::connect(&cycle, &QueryCycle::queryFailureAlert, [this](int s) { alerts.append(s); });
+        QObject::connect(&cycle, &QueryCycle::queryFinished,
+                         [this](int slot, int result) { finished.append(QStringLiteral("%1:%2").arg(slot).arg(result)); });
+        QObject::connect(&cycle, &QueryCycle::deviceSampled,
+                         [this](int slot, int result) { sampled.append(QStringLiteral("%1:%2").arg(slot).arg(result)); });
         QObject::connect(&cycle, &QueryCycle::statusWindowsRefresh, [this] { ++refreshes; });
     }
-    // One tick at the fake clock's time, waiting for the walk it starts.
+    // One tick at the fake clock's time; waits until every query has ended.
     void tick()
     {
         cycle.tick();
-        EXPECT_TRUE(waitUntil([&] { return !client.walkRunning(); }));
+        EXPECT_TRUE(waitUntil([&] { return cycle.queriesInFlight() == 0; }));
     }
+    QByteArray errorLog() { return readFile(store().folder().internetErrorLog()); }
+    QStringList paths(int simIndex)
+    {
+        QStringList out;
+        for (const auto &r : sim.requests(simIndex))
+            out.append(QString::fromUtf8(r.path));
+        return out;
+    }
+    // Probe thresholds that put 95 in alarm, with an e-mail at once.
+    static void alarmAt85(ProbeRecord &p)
+    {
+        p.HighAlarmTemp = 85, p.HighCautionTemp = 80, p.LowCautionTemp = 50, p.LowAlarmTemp = 40;
+        p.ConsecutiveAlarmThreshold = 1;
+        p.SendAlarmEmail = 1;
+    }
+
     CountingActions actions;
-    AlarmEvaluation evaluation;
-    DeviceQueryClient client;
+    RecordingAlarmEvaluation evaluation;
     QueryCycle cycle;
-    QStringList sampled;
+    QList<int> applied, alerts;
+    QStringList finished, sampled;
     int refreshes = 0;
 };
 
 } // namespace
 
-TEST(QueryCycle, IntervalsOfFiveAndSixtySecondsOverOneMinute)
+// --- What is asked, and what a reply does ---------------------------------
+
+TEST(DeviceQuery, EachModelIsAskedForItsReadingsPageAndTheRepliesAreParsed)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("model rm1", {71.6, 45}, "Combined"), {T, ProbeType::Humidity});
+    f.addSimulated(simDevice("Model R16", {70.1}, "Rack"), {T});
+    f.addSimulated(simDevice("Model X9", {69.9}, "Unknown"), {T});
+    f.tick();
+    EXPECT_EQ(f.paths(0), QStringList{"/data"});
+    EXPECT_EQ(f.paths(1), QStringList{"/temp"});
+    EXPECT_EQ(f.paths(2), QStringList{"/temp"});
+    EXPECT_EQ(f.evaluation.textsFor(0), (QList<QByteArray>{"71.6", "45.0"}));
+    EXPECT_EQ(f.evaluation.textsFor(2), QList<QByteArray>{"69.9"});
+    EXPECT_EQ(f.evaluation.values[0].notFirstQuery, 0);
+    std::sort(f.applied.begin(), f.applied.end());
+    EXPECT_EQ(f.applied, (QList<int>{0, 1, 2}));
+    EXPECT_EQ(f.statuses, (QStringList{"Status: querying devices...", "Status: monitoring devices..."}));
+    EXPECT_TRUE(f.sim.requests(1)[0].userAgent.startsWith("Mozilla/4.0 (compatible; MSIE 6.0;"));
+    // The data files got their lines as the replies came in.
+    EXPECT_EQ(readFile(f.store().device(1)->probe(0)->DataLogFile.bytes()), "11-14-26,13:05:09,70.1\r\n");
+}
+
+TEST(DeviceQuery, OnlyDueDevicesAreQueriedAndEachIsStampedWhenItsQueryBegins)
+{
+    CycleFixture f;
+    DeviceRecord &a = f.addSimulated(simDevice("Model R4", {70}), {T});
+    DeviceRecord &b = f.addSimulated(simDevice("Model R4", {70}), {T});
+    b.LastContactTimeVal = f.clock.now() - 10;
+    b.QueryInterval = 30;
+    f.tick();
+    EXPECT_EQ(a.LastContactTimeVal, f.clock.now());
+    EXPECT_TRUE(a.ShownChanges & DeviceBit::LastContactTimeVal);
+    EXPECT_EQ(b.LastContactTimeVal, f.clock.now() - 10);
+    EXPECT_TRUE(f.sim.requests(1).isEmpty());
+}
+
+TEST(DeviceQuery, IntervalsOfFiveAndSixtySecondsOverOneMinute)
 {
     CycleFixture f;
     f.addSimulated(simDevice("Model R4", {70}), {T}).QueryInterval = 5;
@@ -59,22 +133,300 @@ TEST(QueryCycle, IntervalsOfFiveAndSixtySecondsOverOneMinute)
     }
     EXPECT_EQ(f.sim.requests(0).size(), 12);
     EXPECT_EQ(f.sim.requests(1).size(), 1);
-    EXPECT_EQ(f.refreshes, 12);
+    EXPECT_EQ(f.refreshes, 13);
     EXPECT_EQ(f.sampled.count("1:1"), 1);
-    EXPECT_EQ(f.state().device(0)->probe(0)->Values.newest(), 70.0f);
+    EXPECT_EQ(f.store().device(0)->probe(0)->Values.newest(), 70.0f);
 }
 
-TEST(QueryCycle, TheFirstCycleIsSilentAndItsCountsAreDiscarded)
+TEST(DeviceQuery, ALongReplyIsParsedFromItsFirst2048Bytes)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70.1, 70.2}), {T, T});
+    f.addSimulated(simDevice("Model R4", {70.1, 70.2}), {T, T});
+    f.sim.setFault(0, Fault::Long);
+    f.sim.setFault(1, Fault::Huge);
+    f.tick();
+    for (int slot : {0, 1}) {
+        // The last field ran into the padding; its leading number still reads.
+        EXPECT_EQ(f.evaluation.textsFor(slot).value(0), "70.1");
+        const QByteArray last = f.evaluation.textsFor(slot).value(1);
+        EXPECT_TRUE(last.startsWith("70.2|padding-"));
+        EXPECT_EQ(last.size(), 2048 - QByteArray("Probe 1|70.1|Probe 2|").size());
+        EXPECT_EQ(f.store().device(slot)->probe(1)->CurrentValueText.bytes(), "70.2");
+    }
+}
+
+TEST(DeviceQuery, BareBodiesTruncatedResetAndNulRepliesAreReadAsFarAsTheyGo)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70.5}), {T});
+    f.addSimulated(simDevice("Model R4", {61.0, 62.0, 63.0, 64.0}), {T, T, T, T});
+    f.addSimulated(simDevice("Model R4", {65.0, 66.0, 67.0, 68.0}), {T, T, T, T});
+    f.addSimulated(simDevice("Model R4", {69.0}), {T});
+    f.addSimulated(simDevice("Model R4", {81.0, 82.0}, "Nul"), {T, T});
+    f.addSimulated(simDevice("Model R4", {71.0}, "After"), {T});
+    f.sim.setFault(0, Fault::Bare);
+    f.sim.setFault(1, Fault::Truncate);
+    f.sim.setFault(2, Fault::Reset);
+    f.sim.setFault(3, Fault::Garbage);
+    f.sim.setFault(4, Fault::Nul);
+    f.tick();
+    EXPECT_EQ(f.evaluation.textsFor(0), QList<QByteArray>{"70.5"});
+    // Half of "Probe 1|61.0|Probe 2|62.0|..." arrived: the first probes only.
+    EXPECT_EQ(f.evaluation.textsFor(1).value(0), "61.0");
+    EXPECT_LT(f.evaluation.textsFor(1).size(), 4);
+    EXPECT_LT(f.evaluation.textsFor(2).size(), 4);
+    // The text ends at the NUL: the first probe read, the second missing.
+    EXPECT_EQ(f.evaluation.textsFor(4), QList<QByteArray>{"81.0"});
+    EXPECT_EQ(f.evaluation.textsFor(5), QList<QByteArray>{"71.0"});
+    EXPECT_TRUE(f.applied.contains(5));
+}
+
+TEST(DeviceQuery, AReplyThatDoesNotParseCountsAFailureAndTheQueryFailureAlertNeedsAThresholdBelowOne)
+{
+    CycleFixture f;
+    DeviceRecord &broken = f.addSimulated(simDevice("Model R4", {70, 71}, "Broken"), {T, T});
+    f.addSimulated(simDevice("Model R4", {72}, "Fine"), {T});
+    f.sim.setFault(0, Fault::Http500);
+    f.tick();
+    EXPECT_EQ(f.status.text(), "ERROR: query failed for Broken");
+    EXPECT_EQ(f.applied, QList<int>{1});
+    EXPECT_EQ(broken.QueryFailureCount, 1);
+    EXPECT_TRUE(f.alerts.isEmpty()); // the threshold (3) is never reached from here
+    // A reply that parsed counts as answered: its sample is not a gap.
+    EXPECT_TRUE(f.finished.contains("0:1"));
+
+    broken.QueryFailThreshold = 0;
+    f.clock.advance(30);
+    f.tick();
+    EXPECT_EQ(f.alerts, QList<int>{0});
+}
+
+// --- Failed attempts -------------------------------------------------------
+
+TEST(DeviceQuery, ThreeRefusedConnectionsEndThatDevicesQueryOnly)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T});
+    DeviceRecord &bad = f.addSimulated(simDevice("Model R4", {70}, "Dead"), {T});
+    DeviceRecord &later = f.addSimulated(simDevice("Model R4", {73}), {T});
+    f.sim.setFault(1, Fault::Refuse);
+    f.tick();
+
+    const QByteArray line = "11-14-26 13:05:09: A connection with the server could not be established\r\n";
+    EXPECT_EQ(f.errorLog(), line + line + line);
+    // The error stays on the status line: the round had a failure.
+    EXPECT_EQ(f.status.text(), "ERROR: device query failed (attempt #3, check error log...");
+    EXPECT_TRUE(f.statuses.contains("ERROR: device query failed (attempt #1, check error log..."));
+    EXPECT_TRUE(f.statuses.contains("ERROR: device query failed (attempt #2, check error log..."));
+    EXPECT_EQ(bad.LastContactTimeVal, f.clock.now());
+    // The device after it was queried and applied as usual.
+    EXPECT_EQ(later.LastContactTimeVal, f.clock.now());
+    EXPECT_EQ(later.probe(0)->CurrentValueText.bytes(), "73.0");
+    EXPECT_TRUE(f.finished.contains("1:0"));
+    EXPECT_TRUE(f.sampled.contains("1:0"));
+    EXPECT_EQ(bad.probe(0)->Values.newest(), kNoValue);
+
+    // The next round without a failure clears the error.
+    bad.QueryInterval = 1000;
+    f.clock.advance(30);
+    f.tick();
+    EXPECT_EQ(f.status.text(), "Status: monitoring devices...");
+}
+
+TEST(DeviceQuery, FailuresAreLoggedOnlyWhenTheDeviceAsksForIt)
+{
+    CycleFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}), {T});
+    d.LogQueryFailures = 0;
+    f.sim.setFault(0, Fault::Refuse);
+    f.tick();
+    EXPECT_FALSE(exists(f.store().folder().internetErrorLog()));
+}
+
+TEST(DeviceQuery, TwoFailedAttemptsThenAnAnswerIsParsedAndTheErrorsStayLogged)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70.5}), {T});
+    f.sim.device(0).dropNext = 2;
+    f.tick();
+    EXPECT_EQ(f.sim.requests(0).size(), 3);
+    const QByteArray line = "11-14-26 13:05:09: Empty reply from server\r\n";
+    EXPECT_EQ(f.errorLog(), line + line);
+    EXPECT_EQ(f.evaluation.textsFor(0), QList<QByteArray>{"70.5"});
+    EXPECT_EQ(f.status.text(), "ERROR: device query failed (attempt #2, check error log...");
+}
+
+TEST(DeviceQuery, ASilentDeviceTimesOut)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T});
+    f.sim.setFault(0, Fault::Hang);
+    f.tick();
+    const QByteArray line = "11-14-26 13:05:09: The operation timed out\r\n";
+    EXPECT_EQ(f.errorLog(), line + line + line);
+}
+
+TEST(DeviceQuery, ATricklingDeviceIsCutOffAtTheDeadlineOfEachAttempt)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T});
+    // A byte every 50 ms never leaves the line silent for the 5 s receive
+    // time-out; the 1.5 s an attempt may last in all ends it.
+    f.session.setTimeouts(1000, 5000, 1500);
+    f.sim.setFault(0, Fault::Trickle, 50);
+    QElapsedTimer elapsed;
+    elapsed.start();
+    f.tick();
+    EXPECT_GE(elapsed.elapsed(), 3 * 1500 - 100);
+    EXPECT_LT(elapsed.elapsed(), 3 * 1500 + 1500);
+    const QByteArray line = "11-14-26 13:05:09: The operation timed out\r\n";
+    EXPECT_EQ(f.errorLog(), line + line + line);
+    EXPECT_EQ(f.sim.requests(0).size(), 3);
+}
+
+TEST(DeviceQuery, AnUnknownHostIsReportedInTheDevicesWords)
+{
+    CycleFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}), {T});
+    d.DeviceAddress = "no-such-host.invalid";
+    f.tick();
+    EXPECT_TRUE(f.errorLog().endsWith(": The server name or address could not be resolved\r\n"));
+}
+
+// --- Every device on its own schedule --------------------------------------
+
+// A device that accepts and never answers and one that trickles its reply
+// sit before a healthy device of a 2 s interval; the healthy one is asked,
+// and writes its data line, every 2 s all the same.
+TEST(DeviceQuery, SilentAndTricklingDevicesHoldBackNoOtherDevice)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}, "Silent"), {T}).QueryInterval = 2;
+    f.addSimulated(simDevice("Model R4", {70}, "Trickle"), {T}).QueryInterval = 2;
+    DeviceRecord &healthy = f.addSimulated(simDevice("Model R4", {68.5}, "Healthy"), {T});
+    healthy.QueryInterval = 2;
+    f.sim.setFault(0, Fault::Hang);
+    f.sim.setFault(1, Fault::Trickle, 100);
+
+    // 40 simulated seconds, one tick every 100 ms of real time: the bad
+    // devices' attempts take seconds of real time meanwhile.
+    for (int second = 0; second < 40; ++second) {
+        f.cycle.tick();
+        QElapsedTimer t;
+        t.start();
+        while (t.elapsed() < 100) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+            QThread::msleep(1);
+        }
+        EXPECT_LT(f.clock.now() - healthy.LastContactTimeVal, 2) << "second " << second;
+        f.clock.advance(1);
+    }
+    EXPECT_EQ(f.sim.requests(2).size(), 20);
+    const QByteArray csv = readFile(healthy.probe(0)->DataLogFile.bytes());
+    EXPECT_EQ(csv.count("\r\n"), 20);
+    EXPECT_TRUE(csv.endsWith(",68.5\r\n"));
+    // A device with a query in flight is not asked again meanwhile: each
+    // query is three attempts, and only the last one may still run.
+    for (int bad : {0, 1}) {
+        const int queries = int(f.finished.count(QStringLiteral("%1:0").arg(bad)));
+        EXPECT_GE(queries, 1);
+        EXPECT_LE(f.sim.requests(bad).size(), 3 * (queries + 1));
+    }
+}
+
+TEST(DeviceQuery, ASlowDeviceIsNotAskedAgainWhileItsQueryRuns)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T}).QueryInterval = 1;
+    f.sim.setFault(0, Fault::Slow, 300);
+    for (int i = 0; i < 10; ++i) {
+        f.cycle.tick();
+        f.clock.advance(1);
+        QThread::msleep(40);
+        QCoreApplication::processEvents();
+    }
+    EXPECT_TRUE(waitUntil([&] { return f.cycle.queriesInFlight() == 0; }));
+    EXPECT_LE(f.sim.requests(0).size(), 3);
+    EXPECT_EQ(f.finished.size(), f.sim.requests(0).size());
+}
+
+TEST(DeviceQuery, NoQueryStartsWhileShuttingDown)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T});
+    f.status.ShuttingDown = 1;
+    f.statuses.clear();
+    f.tick();
+    EXPECT_EQ(f.store().device(0)->LastContactTimeVal, 0);
+    EXPECT_TRUE(f.sim.requests(0).isEmpty());
+    EXPECT_TRUE(f.statuses.isEmpty());
+}
+
+TEST(DeviceQuery, StoppingDropsTheQueriesInFlight)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T});
+    f.sim.setFault(0, Fault::Slow, 200);
+    f.cycle.tick();
+    EXPECT_EQ(f.cycle.queriesInFlight(), 1);
+    f.cycle.stop();
+    EXPECT_EQ(f.cycle.queriesInFlight(), 0);
+    QThread::msleep(300);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(f.applied.isEmpty());
+}
+
+TEST(DeviceQuery, TheProxyOfOneDeviceStaysSetForTheDevicesAfterIt)
+{
+    CycleFixture f;
+    const int proxy = f.sim.addDevice(simDevice("Model R4", {99}, "Proxy"));
+    DeviceRecord &first = f.addSimulated(simDevice("Model R4", {70}), {T});
+    f.addSimulated(simDevice("Model R4", {71}), {T});
+    first.UseProxy = 1;
+    first.ProxyServerAddress = "127.0.0.1:" + QByteArray::number(f.sim.port(proxy));
+    first.ProxyServerUserName = "operator";
+    first.ProxyServerPassword = "secret";
+    f.tick();
+    const auto seen = f.sim.requests(proxy);
+    ASSERT_EQ(seen.size(), 2);
+    QStringList lines{QString::fromUtf8(seen[0].requestLine), QString::fromUtf8(seen[1].requestLine)};
+    lines.sort();
+    EXPECT_EQ(lines, (QStringList{"GET http://127.0.0.1:" + QString::number(f.sim.port(1)) + "/temp HTTP/1.1",
+                                  "GET http://127.0.0.1:" + QString::number(f.sim.port(2)) + "/temp HTTP/1.1"}));
+    EXPECT_EQ(seen[1].proxyAuthorization, "Basic " + QByteArray("operator:secret").toBase64());
+    EXPECT_TRUE(f.sim.requests(1).isEmpty());
+    EXPECT_TRUE(f.sim.requests(2).isEmpty());
+}
+
+TEST(DeviceQuery, ADeviceDeletedWhileItsQueryRunsIsDroppedAndTheRestStillApply)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T});
+    f.addSimulated(simDevice("Model R4", {71}), {T});
+    f.addSimulated(simDevice("Model R4", {72}), {T});
+    f.sim.setFault(1, Fault::Slow, 200);
+    f.cycle.tick();
+    f.store().deleteDevice(1);
+    EXPECT_TRUE(waitUntil([&] { return f.cycle.queriesInFlight() == 0; }));
+    QThread::msleep(250);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(f.evaluation.textsFor(0), QList<QByteArray>{"70.0"});
+    EXPECT_EQ(f.store().device(1)->probe(0)->CurrentValueText.bytes(), "72.0");
+    EXPECT_FALSE(f.evaluation.textsFor(0).contains("71.0"));
+    EXPECT_EQ(f.status.text(), "Status: monitoring devices...");
+}
+
+// --- First queries ----------------------------------------------------------
+
+TEST(DeviceQuery, EachDevicesFirstQueryIsSilentAndItsCountsAreDiscarded)
 {
     CycleFixture f;
     DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95}), {T});
     ProbeRecord &p = *d.probe(0);
     d.QueryInterval = 5;
-    p.HighAlarmTemp = 85, p.HighCautionTemp = 80, p.LowCautionTemp = 50, p.LowAlarmTemp = 40;
-    p.ConsecutiveAlarmThreshold = 1;
-    p.SendAlarmEmail = 1;
+    CycleFixture::alarmAt85(p);
     f.tick();
-    EXPECT_EQ(f.state().FirstQueryDone, 1);
     EXPECT_EQ(p.AlarmState, AlarmState::HighAlarm);
     EXPECT_EQ(p.ConsecutiveAlarmCount, 0);
     EXPECT_EQ(f.actions.emails, 0);
@@ -83,33 +435,68 @@ TEST(QueryCycle, TheFirstCycleIsSilentAndItsCountsAreDiscarded)
     EXPECT_EQ(f.actions.emails, 1);
 }
 
-TEST(QueryCycle, NothingRunsWhileConfigurationIsInProgressOrWithoutDevices)
+TEST(DeviceQuery, ADeviceThatAnswersLateStillGetsItsSilentFirstQuery)
 {
     CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T}).QueryInterval = 5;
+    DeviceRecord &late = f.addSimulated(simDevice("Model R4", {95}, "Late"), {T});
+    late.QueryInterval = 5;
+    CycleFixture::alarmAt85(*late.probe(0));
+    f.sim.setFault(1, Fault::Refuse);
     f.tick();
-    EXPECT_EQ(f.refreshes, 0);
-    f.addSimulated(simDevice("Model R4", {70}), {T});
-    f.state().ConfigurationInProgress = 1;
+    // Its first query failed; the first reading it gives is still silent.
+    f.sim.setFault(1, Fault::None);
+    f.clock.advance(5);
     f.tick();
-    EXPECT_EQ(f.state().device(0)->QueryDue, 1); // due flags are still worked out
-    EXPECT_TRUE(f.sim.requests(0).isEmpty());
-    EXPECT_EQ(f.state().FirstQueryDone, 0);
-    f.state().ConfigurationInProgress = 0;
-    f.tick();
-    EXPECT_EQ(f.sim.requests(0).size(), 1);
+    EXPECT_EQ(late.probe(0)->AlarmState, AlarmState::HighAlarm);
+    EXPECT_EQ(f.actions.emails, 1) << "the first answered query fires, as the first cycle did";
 }
 
-TEST(QueryCycle, AnAbandonedWalkStillSamplesEveryDueDeviceWithGaps)
+TEST(DeviceQuery, ADeviceAddedWhileMonitoringIsQueriedAtOnceWithoutAlerts)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70}), {T}).QueryInterval = 5;
+    f.tick();
+    f.clock.advance(1);
+    f.tick(); // the first device is not due again yet
+
+    DeviceRecord &added = f.addSimulated(simDevice("Model R4", {95}, "Added"), {T});
+    ProbeRecord &p = *added.probe(0);
+    added.QueryInterval = 5;
+    CycleFixture::alarmAt85(p);
+    f.sampled.clear();
+    f.cycle.queryAddedDevice(1);
+    EXPECT_TRUE(waitUntil([&] { return f.cycle.queriesInFlight() == 0; }));
+
+    EXPECT_EQ(f.sim.requests(0).size(), 1); // only the new device was asked
+    EXPECT_EQ(f.sim.requests(1).size(), 1);
+    EXPECT_EQ(p.AlarmState, AlarmState::HighAlarm);
+    EXPECT_EQ(p.ConsecutiveAlarmCount, 0);
+    EXPECT_EQ(f.actions.emails, 0);
+    EXPECT_EQ(f.sampled, QStringList{"1:0"}); // its first sample is drawn as a gap
+
+    // From then on it keeps its own interval, and its alarms go out.
+    for (int second = 0; second < 5; ++second) {
+        f.clock.advance(1);
+        f.tick();
+    }
+    EXPECT_EQ(f.sim.requests(1).size(), 2);
+    EXPECT_EQ(f.actions.emails, 1);
+}
+
+// --- History samples ----------------------------------------------------------
+
+TEST(DeviceQuery, AFailedQuerySamplesAGap)
 {
     CycleFixture f;
     f.addSimulated(simDevice("Model R4", {70}), {T});
-    f.sim.setFault(0, devsim::Fault::Refuse);
+    f.sim.setFault(0, Fault::Refuse);
     f.tick();
     EXPECT_EQ(f.sampled, QStringList{"0:0"});
-    EXPECT_EQ(f.state().device(0)->probe(0)->Values.newest(), kNoValue);
+    EXPECT_EQ(f.store().device(0)->probe(0)->Values.newest(), kNoValue);
 }
 
-TEST(QueryCycle, ALateQueryAppendsOneSamplePerIntervalMissed)
+TEST(DeviceQuery, ALateQueryAppendsOneSamplePerIntervalMissed)
 {
     DeviceRecord d;
     d.QueryInterval = 10;
@@ -129,57 +516,9 @@ TEST(QueryCycle, ALateQueryAppendsOneSamplePerIntervalMissed)
     EXPECT_EQ(d.Probes[0]->Values.newest(), kNoValue);
 }
 
-TEST(QueryCycle, ADeviceAddedWhileMonitoringIsQueriedAtOnceWithoutAlerts)
-{
-    CycleFixture f;
-    f.addSimulated(simDevice("Model R4", {70}), {T}).QueryInterval = 5;
-    f.tick();
-    f.clock.advance(1);
-    f.tick(); // the first device is not due again yet
-
-    DeviceRecord &added = f.addSimulated(simDevice("Model R4", {95}, "Added"), {T});
-    ProbeRecord &p = *added.probe(0);
-    added.QueryInterval = 5;
-    p.HighAlarmTemp = 85, p.HighCautionTemp = 80, p.LowCautionTemp = 50, p.LowAlarmTemp = 40;
-    p.ConsecutiveAlarmThreshold = 1;
-    p.SendAlarmEmail = 1;
-    f.sampled.clear();
-    f.cycle.queryAddedDevice(1);
-    EXPECT_TRUE(waitUntil([&] { return !f.client.walkRunning(); }));
-
-    EXPECT_EQ(f.sim.requests(0).size(), 1); // only the new device was asked
-    EXPECT_EQ(f.sim.requests(1).size(), 1);
-    EXPECT_EQ(p.AlarmState, AlarmState::HighAlarm);
-    EXPECT_EQ(p.ConsecutiveAlarmCount, 1);
-    EXPECT_EQ(f.actions.emails, 0);
-    EXPECT_EQ(f.sampled, QStringList{"1:0"});
-
-    // From then on it keeps its own interval, and its alarms go out.
-    for (int second = 0; second < 5; ++second) {
-        f.clock.advance(1);
-        f.tick();
-    }
-    EXPECT_EQ(f.sim.requests(1).size(), 2);
-    EXPECT_EQ(f.actions.emails, 1);
-}
-
-TEST(QueryCycle, ADeviceAddedDuringAWalkIsQueriedWhenTheWalkEnds)
-{
-    CycleFixture f;
-    f.addSimulated(simDevice("Model R4", {70}), {T});
-    f.sim.setFault(0, devsim::Fault::Slow, 150);
-    f.cycle.tick();
-    ASSERT_TRUE(f.client.walkRunning());
-    f.addSimulated(simDevice("Model R4", {71}, "Added"), {T});
-    f.cycle.queryAddedDevice(1);
-    EXPECT_TRUE(waitUntil([&] { return f.sim.requests(1).size() == 1 && !f.client.walkRunning(); }));
-    EXPECT_EQ(f.sim.requests(0).size(), 1);
-    EXPECT_EQ(f.state().device(1)->probe(0)->CurrentTemp, 71.0);
-}
-
 // One device misbehaves in every way a device can, between a good device
 // before it and another after it, over simulated minutes.
-TEST(QueryCycle, AMisbehavingDeviceDoesNotStopTheOthers)
+TEST(DeviceQuery, AMisbehavingDeviceDoesNotStopTheOthers)
 {
     CycleFixture f;
     f.addSimulated(simDevice("Model R4", {70}, "Good"), {T}).QueryInterval = 5;
@@ -189,17 +528,17 @@ TEST(QueryCycle, AMisbehavingDeviceDoesNotStopTheOthers)
     after.QueryInterval = 10;
 
     struct Phase {
-        devsim::Fault fault;
+        Fault fault;
         int faultMs;
         int seconds;
     };
     const Phase phases[] = {
-        {devsim::Fault::Garbage, -1, 20}, // nonsense
-        {devsim::Fault::Refuse, -1, 20},  // stops answering
-        {devsim::Fault::Hang, -1, 5},     // answers nothing at all
-        {devsim::Fault::Slow, 150, 20},   // answers late
-        {devsim::Fault::Long, -1, 10},
-        {devsim::Fault::None, -1, 20},    // comes back
+        {Fault::Garbage, -1, 20}, // nonsense
+        {Fault::Refuse, -1, 20},  // stops answering
+        {Fault::Hang, -1, 5},     // answers nothing at all
+        {Fault::Slow, 150, 20},   // answers late
+        {Fault::Long, -1, 10},
+        {Fault::None, -1, 20},    // comes back
     };
     int seconds = 0;
     for (const Phase &phase : phases) {
@@ -207,28 +546,26 @@ TEST(QueryCycle, AMisbehavingDeviceDoesNotStopTheOthers)
         for (int s = 0; s < phase.seconds; ++s, ++seconds) {
             f.tick();
             const std::int64_t now = f.clock.now();
-            // Every other device keeps to its interval; one skipped by an
-            // abandoned walk is due again at the next tick.
-            EXPECT_LT(now - f.state().device(0)->LastContactTimeVal, 5) << "second " << seconds;
-            EXPECT_LE(now - after.LastContactTimeVal, 10) << "second " << seconds;
+            EXPECT_LT(now - f.store().device(0)->LastContactTimeVal, 5) << "second " << seconds;
+            EXPECT_LT(now - after.LastContactTimeVal, 10) << "second " << seconds;
             f.clock.advance(1);
         }
     }
     EXPECT_EQ(f.sim.requests(0).size(), seconds / 5);
-    EXPECT_GE(f.sim.requests(2).size(), seconds / 10);
+    EXPECT_EQ(f.sim.requests(2).size(), (seconds + 9) / 10);
 
     // It came back: current again, nothing left over from the bad spell.
     EXPECT_EQ(bad.probe(0)->CurrentTemp, 72.0);
     EXPECT_EQ(bad.QueryFailureCount, 0);
-    EXPECT_EQ(f.state().status(), "Status: monitoring devices...");
+    EXPECT_EQ(f.status.text(), "Status: monitoring devices...");
     EXPECT_TRUE(f.statuses.contains("ERROR: query failed for Bad"));
     EXPECT_TRUE(f.statuses.contains("ERROR: device query failed (attempt #3, check error log..."));
     // Each refused or unanswered query logged its three attempts.
-    const QByteArray errors = readFile(f.state().folder().internetErrorLog());
+    const QByteArray errors = readFile(f.store().folder().internetErrorLog());
     const int refusedQueries = 20 / 5, hungQueries = 1;
     EXPECT_EQ(errors.count("\r\n"), 3 * (refusedQueries + hungQueries)) << errors.constData();
 
     // Histories hold one sample per query, no more.
-    EXPECT_EQ(f.state().device(0)->Times.samplesWritten(), std::uint64_t(f.sim.requests(0).size()));
+    EXPECT_EQ(f.store().device(0)->Times.samplesWritten(), std::uint64_t(f.sim.requests(0).size()));
     EXPECT_EQ(after.Times.samplesWritten(), std::uint64_t(f.sim.requests(2).size()));
 }

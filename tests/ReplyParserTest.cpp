@@ -1,4 +1,5 @@
 #include "NetTestSupport.h"
+#include "ReplyApplication.h"
 #include "ReplyParser.h"
 
 #include <gtest/gtest.h>
@@ -14,9 +15,9 @@ constexpr auto W = ProbeType::Wetness;
 constexpr auto S = ProbeType::Switch;
 
 struct ParserFixture : DataFolderFixture {
-    ParserFixture() { state().readProgramSettings(); state().currentDateText = "11-14-26"; }
-    int parse(const QByteArray &reply, int slot = 0) { return ParseDeviceReply(state(), slot, reply, 1, &evaluation); }
-    QByteArray shown(int probe, int slot = 0) { return state().device(slot)->probe(probe)->CurrentValueText.bytes(); }
+    ParserFixture() { store().readProgramSettings(); store().currentDateText = "11-14-26"; }
+    int parse(const QByteArray &reply, int slot = 0) { return ApplyDeviceReply(store(), slot, reply, 1, &evaluation); }
+    QByteArray shown(int probe, int slot = 0) { return store().device(slot)->probe(probe)->CurrentValueText.bytes(); }
     RecordingEvaluation evaluation;
 };
 
@@ -25,8 +26,8 @@ struct ParserFixture : DataFolderFixture {
 TEST(ReplyParser, TempPagesTakeEveryOtherFieldAndTheLastRunsToTheEnd)
 {
     ParserFixture f;
-    addDevice(f.state(), "R", "Model R4", 1, {T, T, T, T});
-    addDevice(f.state(), "M", "Model RM1", 1, {T, T, T, T});
+    addDevice(f.store(), "R", "Model R4", 1, {T, T, T, T});
+    addDevice(f.store(), "M", "Model RM1", 1, {T, T, T, T});
     const QByteArray reply = "x|71.6|y|70.1|z|69.9|w|72.0";
     EXPECT_EQ(f.parse(reply, 0), 1);
     EXPECT_EQ(f.evaluation.textsFor(0), (QList<QByteArray>{"71.6", "70.1", "69.9", "72.0"}));
@@ -41,7 +42,7 @@ TEST(ReplyParser, TempPagesTakeEveryOtherFieldAndTheLastRunsToTheEnd)
 TEST(ReplyParser, FieldsAreTrimmedAndTheModelNameMatchesInAnyCase)
 {
     ParserFixture f;
-    addDevice(f.state(), "M", "model rm1", 1, {T, H});
+    addDevice(f.store(), "M", "model rm1", 1, {T, H});
     EXPECT_EQ(f.parse("F|  71.25 \t|\r\n 45.7 \r\n"), 1);
     EXPECT_EQ(f.evaluation.textsFor(0), (QList<QByteArray>{"71.25", "45.7"}));
     EXPECT_EQ(f.shown(0), "71.2"); // printf rounds the binary value of 71.25 down
@@ -50,7 +51,7 @@ TEST(ReplyParser, FieldsAreTrimmedAndTheModelNameMatchesInAnyCase)
 TEST(ReplyParser, AMissingFieldFailsAtThatProbeAfterTheEarlierOnesWereHandled)
 {
     ParserFixture f;
-    DeviceRecord &d = addDevice(f.state(), "Cold", "Model P4", 1, {T, T, T, T});
+    DeviceRecord &d = addDevice(f.store(), "Cold", "Model P4", 1, {T, T, T, T});
     d.probe(2)->CurrentValueText = "60.0";
     EXPECT_EQ(f.parse("a|61.0|b"), 0);
     EXPECT_EQ(f.evaluation.textsFor(0), (QList<QByteArray>{"61.0"}));
@@ -66,7 +67,7 @@ TEST(ReplyParser, AMissingFieldFailsAtThatProbeAfterTheEarlierOnesWereHandled)
 TEST(ReplyParser, ADeviceWithoutProbesSucceedsWithoutReadingTheReply)
 {
     ParserFixture f;
-    addDevice(f.state(), "Empty", "Model R4", 1, {});
+    addDevice(f.store(), "Empty", "Model R4", 1, {});
     EXPECT_EQ(f.parse(""), 1);
     EXPECT_TRUE(f.evaluation.values.empty());
 }
@@ -74,7 +75,7 @@ TEST(ReplyParser, ADeviceWithoutProbesSucceedsWithoutReadingTheReply)
 TEST(ReplyParser, HumidityIsEvaluatedWholeButShownAndLoggedWithItsDecimal)
 {
     ParserFixture f;
-    DeviceRecord &d = addDevice(f.state(), "G", "Model RM1", 1, {H, W, S, S, S});
+    DeviceRecord &d = addDevice(f.store(), "G", "Model RM1", 1, {H, W, S, S, S});
     EXPECT_EQ(f.parse("F|45.7|12.25|-1|0|1"), 1);
     EXPECT_EQ(f.shown(0), "45.7");
     EXPECT_EQ(f.shown(1), "12.2");
@@ -90,13 +91,13 @@ TEST(ReplyParser, HumidityIsEvaluatedWholeButShownAndLoggedWithItsDecimal)
 TEST(ReplyParser, TemperaturesAreConvertedToTheProbeScaleAndRoundedFirst)
 {
     ParserFixture f;
-    DeviceRecord &c = addDevice(f.state(), "C", "Model RM1", 1, {T, T, H});
+    DeviceRecord &c = addDevice(f.store(), "C", "Model RM1", 1, {T, T, H});
     c.DisplayUnits = DisplayUnits::C;
     c.probe(1)->DisplayUnits = DisplayUnits::C; // same scale: untouched text
     EXPECT_EQ(f.parse("C|21.94|21.94|21.94"), 1);
     EXPECT_EQ(f.evaluation.textsFor(0), (QList<QByteArray>{"71.5", "21.94", "21.94"}));
 
-    DeviceRecord &k = addDevice(f.state(), "K", "Model R4", 1, {T});
+    DeviceRecord &k = addDevice(f.store(), "K", "Model R4", 1, {T});
     k.DisplayUnits = DisplayUnits::K;
     EXPECT_EQ(f.parse("t|300.00", 1), 1);
     EXPECT_EQ(f.shown(0, 1), "48.3"); // Kelvin to Fahrenheit subtracts 491.67
@@ -122,7 +123,7 @@ TEST(ReplyParser, ConversionTableRowByRow)
 TEST(ReplyParser, DataLinesNeedAnEnabledProbeOnALoggingDevice)
 {
     ParserFixture f;
-    DeviceRecord &d = addDevice(f.state(), "L", "Model R4", 1, {T, T});
+    DeviceRecord &d = addDevice(f.store(), "L", "Model R4", 1, {T, T});
     d.probe(1)->ProbeEnabled = 0;
     EXPECT_EQ(f.parse("a|70.0|b|71.0"), 1);
     EXPECT_TRUE(exists(d.probe(0)->DataLogFile.bytes()));
@@ -136,7 +137,7 @@ TEST(ReplyParser, DataLinesNeedAnEnabledProbeOnALoggingDevice)
 TEST(ReplyParser, TheFirstReplyOfANewDayRollsTheFilesOverBeforeItsOwnLine)
 {
     ParserFixture f;
-    DeviceRecord &d = addDevice(f.state(), "L", "Model R4", 1, {T});
+    DeviceRecord &d = addDevice(f.store(), "L", "Model R4", 1, {T});
     f.parse("a|70.0");
     f.clock.advance(86400);
     f.parse("a|bad but still a field");

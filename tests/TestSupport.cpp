@@ -39,17 +39,16 @@ QList<QByteArray> RecordingLog::messagesFor(const QByteArray &path) const
 
 DataFolderFixture::DataFolderFixture()
 {
+    QObject::connect(&status, &ProgramStatus::message, [this](MessageIcon, const QString &text) { messages.append(text); });
     restart();
 }
 
 DataFolderFixture::~DataFolderFixture() = default;
 
-AppState &DataFolderFixture::restart()
+DeviceStore &DataFolderFixture::restart()
 {
-    state_ = std::make_unique<AppState>(DataFolder{root()}, clock, log);
-    QObject::connect(state_.get(), &AppState::message,
-                     [this](MessageIcon, const QString &text) { messages.append(text); });
-    return *state_;
+    store_ = std::make_unique<DeviceStore>(DataFolder{root()}, clock, log, status);
+    return *store_;
 }
 
 FileSizeLimit::FileSizeLimit(long bytes)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "Clock.h"
 #include "ProbeLog.h"
 
@@ -38,17 +38,19 @@ public:
     ~DataFolderFixture();
     QByteArray root() const { return QFile::encodeName(dir.path()); }
     QByteArray path(const char *relative) const { return root() + '/' + relative; }
-    // A new AppState on the folder (as a program start would make).
-    AppState &restart();
-    AppState &state() { return *state_; }
+    // A new DeviceStore on the folder (as a program start would make).
+    DeviceStore &restart();
+    DeviceStore &store() { return *store_; }
 
     QTemporaryDir dir;
     ManualClock clock{1794661509};  // Sat Nov 14 2026 13:05:09 UTC
     RecordingLog log;
     QStringList messages;
 
+    ProgramStatus status;
+
 private:
-    std::unique_ptr<AppState> state_;
+    std::unique_ptr<DeviceStore> store_;
 };
 
 // Makes every write past `bytes` fail as on a full disk while alive.

@@ -1,6 +1,6 @@
 #include "DeviceListPage.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "DeviceFile.h"
 #include "ProbeListView.h"
 #include "ProbeStatusWindows.h"
@@ -15,7 +15,7 @@
 
 namespace cz {
 
-DeviceListPage::DeviceListPage(AppState &app, Prompter &prompter, QWidget *parent)
+DeviceListPage::DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *parent)
     : QWidget(parent), app_(app), prompter_(prompter)
 {
     model_ = new ProbeTableModel(app, this);
@@ -57,8 +57,8 @@ DeviceListPage::DeviceListPage(AppState &app, Prompter &prompter, QWidget *paren
     connect(list_, &ProbeListView::probeActivated, this,
             [this](const ProbeRecord *p) { statusWindows_->open(*p); });
     // After the slots behind the removed one have moved down.
-    connect(&app_, &AppState::deviceRemoved, this, &DeviceListPage::rebuild, Qt::QueuedConnection);
-    connect(&app_, &AppState::deviceRemoved, statusWindows_, &ProbeStatusWindows::closeAll);
+    connect(&app_, &DeviceStore::deviceRemoved, this, &DeviceListPage::rebuild, Qt::QueuedConnection);
+    connect(&app_, &DeviceStore::deviceRemoved, statusWindows_, &ProbeStatusWindows::closeAll);
     rebuild();
 }
 
@@ -94,7 +94,7 @@ void DeviceListPage::showEvent(QShowEvent *event)
 void DeviceListPage::updateShowHideButton()
 {
     bool anyDisabled = false;
-    for (int slot = 0; slot < app_.deviceCount && !anyDisabled; ++slot) {
+    for (int slot = 0; slot < app_.deviceCount() && !anyDisabled; ++slot) {
         const DeviceRecord *d = app_.device(slot);
         for (int i = 0; d && i < d->ProbeCount && i < d->probeSlots(); ++i)
             anyDisabled |= d->probe(i) && !d->probe(i)->ProbeEnabled;
@@ -123,13 +123,7 @@ void DeviceListPage::updateButtonsAfterClick(bool onRow)
 
 void DeviceListPage::enableSelected(bool enable)
 {
-    for (const ProbeRecord *probe : list_->selectedProbes()) {
-        auto *p = const_cast<ProbeRecord *>(probe);
-        if ((p->ProbeEnabled != 0) != enable) {
-            p->ProbeEnabled = enable ? 1 : 0;
-            p->markChanged(ProbeBit::ProbeEnabled);
-        }
-    }
+    app_.setProbesEnabled(list_->selectedProbes(), enable);
     model_->refresh();
     if (!enable) {
         if (!app_.settings.ShowDisabledProbes)
@@ -185,13 +179,11 @@ void DeviceListPage::deleteSelectedDevice()
     const DeviceRecord *d = app_.device(slot);
     if (!d)
         return;
-    app_.ConfigurationInProgress = 1;
     const QString question = QStringLiteral("This will permanently delete the device named\n\"%1\" and all of its probe "
                                             "data.\n\nAre you sure?")
                                  .arg(QString::fromUtf8(d->DeviceName.bytes()));
     if (prompter_.ask(this, question))
         app_.deleteDevice(slot);
-    app_.ConfigurationInProgress = 0;
 }
 
 void DeviceListPage::showAbout()

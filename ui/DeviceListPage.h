@@ -7,7 +7,7 @@ class QPushButton;
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 class ProbeListView;
 class ProbeStatusWindows;
 class ProbeTableModel;
@@ -17,7 +17,7 @@ struct ProbeRecord;
 class DeviceListPage final : public QWidget {
     Q_OBJECT
 public:
-    DeviceListPage(AppState &app, Prompter &prompter, QWidget *parent = nullptr);
+    DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *parent = nullptr);
 
     // Rows and columns anew (devices added or removed), then sorted.
     void rebuild();
@@ -47,7 +47,7 @@ private:
     void updateShowHideButton();
     void notAvailable(const QString &what);
 
-    AppState &app_;
+    DeviceStore &app_;
     Prompter &prompter_;
     ProbeTableModel *model_;
     ProbeListView *list_;

@@ -1,8 +1,7 @@
 #include "MainSheet.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "DeviceListPage.h"
-#include "DeviceQueryClient.h"
 #include "EmailQueue.h"
 #include "ProbeStatusWindows.h"
 #include "Prompter.h"
@@ -51,8 +50,8 @@ QWidget *devicePlaceholder(const QString &deviceName, QWidget *parent)
 
 } // namespace
 
-MainSheet::MainSheet(AppState &app, QueryCycle &cycle, DeviceQueryClient &client, Prompter &prompter, QWidget *parent)
-    : QWidget(parent), app_(app), prompter_(prompter)
+MainSheet::MainSheet(DeviceStore &store, QueryCycle &cycle, Prompter &prompter, QWidget *parent)
+    : QWidget(parent), app_(store), prompter_(prompter)
 {
     setWindowTitle(QStringLiteral("Corvanta Zephtra"));
     setWindowIcon(QIcon(programIcon(64)));
@@ -61,15 +60,15 @@ MainSheet::MainSheet(AppState &app, QueryCycle &cycle, DeviceQueryClient &client
     tabs_ = new QTabWidget(this);
     tabs_->tabBar()->setUsesScrollButtons(true);
     tabs_->tabBar()->setExpanding(false);
-    deviceList_ = new DeviceListPage(app, prompter, tabs_);
+    deviceList_ = new DeviceListPage(store, prompter, tabs_);
     deviceList_->setWindowIcon(windowIcon());
     tabs_->addTab(deviceList_, QStringLiteral("Device List"));
-    for (int slot = 0; slot < app_.deviceCount; ++slot)
+    for (int slot = 0; slot < app_.deviceCount(); ++slot)
         addDevicePage(slot);
     layout->addWidget(tabs_, 1);
 
     auto *bottom = new QHBoxLayout;
-    status_ = new QLabel(app_.status(), this);
+    status_ = new QLabel(app_.status().text(), this);
     QFont statusFont(QStringLiteral("Liberation Sans"));
     statusFont.setPixelSize(14);
     status_->setFont(statusFont);
@@ -86,16 +85,16 @@ MainSheet::MainSheet(AppState &app, QueryCycle &cycle, DeviceQueryClient &client
     connect(ok, &QPushButton::clicked, this, &QWidget::close);
     connect(help, &QPushButton::clicked, this, &MainSheet::openHelp);
 
-    connect(&app_, &AppState::statusChanged, status_, &QLabel::setText);
-    connect(&client, &DeviceQueryClient::replyApplied, this, &MainSheet::scheduleRefresh);
+    connect(&app_.status(), &ProgramStatus::changed, status_, &QLabel::setText);
+    connect(&cycle, &QueryCycle::replyApplied, this, &MainSheet::scheduleRefresh);
     connect(&cycle, &QueryCycle::statusWindowsRefresh, this, &MainSheet::scheduleRefresh);
-    connect(&app_, &AppState::deviceRemoved, this, [this](int slot) {
+    connect(&app_, &DeviceStore::deviceRemoved, this, [this](int slot) {
         if (QWidget *page = tabs_->widget(slot + 1)) {
             tabs_->removeTab(slot + 1);
             page->deleteLater();
         }
     });
-    connect(&app_, &AppState::deviceRenamed, this, [this](int slot) {
+    connect(&app_, &DeviceStore::deviceRenamed, this, [this](int slot) {
         if (const DeviceRecord *d = app_.device(slot))
             tabs_->setTabText(slot + 1, QString::fromUtf8(d->DeviceName.bytes()));
     });
@@ -148,12 +147,12 @@ void MainSheet::openHelp()
 
 void MainSheet::closeEvent(QCloseEvent *event)
 {
-    if (!app_.ShuttingDown) {
+    if (!app_.status().ShuttingDown) {
         if (!prompter_.ask(this, QStringLiteral("Close the program and stop monitoring devices?"))) {
             event->ignore();
             return;
         }
-        app_.ShuttingDown = 1;
+        app_.status().ShuttingDown = 1;
     }
     QApplication::setOverrideCursor(Qt::WaitCursor);
     QDialog notice(this);

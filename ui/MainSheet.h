@@ -12,17 +12,15 @@ class QTabWidget;
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 class DeviceListPage;
-class DeviceQueryClient;
 class Prompter;
 class QueryCycle;
 
 class MainSheet final : public QWidget {
     Q_OBJECT
 public:
-    MainSheet(AppState &app, QueryCycle &cycle, DeviceQueryClient &client, Prompter &prompter,
-              QWidget *parent = nullptr);
+    MainSheet(DeviceStore &store, QueryCycle &cycle, Prompter &prompter, QWidget *parent = nullptr);
 
     // Called once closing is confirmed, while the "Saving Data..." notice
     // shows: saves the settings and devices and logs the shutdown.
@@ -43,7 +41,7 @@ private:
     void addDevicePage(int slot);
     void scheduleRefresh();
 
-    AppState &app_;
+    DeviceStore &app_;
     Prompter &prompter_;
     QTabWidget *tabs_;
     DeviceListPage *deviceList_;

@@ -1,6 +1,6 @@
 #include "ProbeListView.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "ProbeCells.h"
 #include "ProbeTableModel.h"
 
@@ -16,7 +16,7 @@ bool TextSortProxy::lessThan(const QModelIndex &left, const QModelIndex &right) 
     return left.data().toString().compare(right.data().toString(), Qt::CaseInsensitive) < 0;
 }
 
-ProbeListView::ProbeListView(AppState &app, ProbeTableModel &model, QWidget *parent)
+ProbeListView::ProbeListView(DeviceStore &app, ProbeTableModel &model, QWidget *parent)
     : QTableView(parent), app_(app), model_(model)
 {
     proxy_.setDynamicSortFilter(false);

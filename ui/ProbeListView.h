@@ -8,7 +8,7 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 class ProbeTableModel;
 
 // Compares cell texts without regard to case, numbers and dates included.
@@ -24,7 +24,7 @@ protected:
 class ProbeListView final : public QTableView {
     Q_OBJECT
 public:
-    ProbeListView(AppState &app, ProbeTableModel &model, QWidget *parent = nullptr);
+    ProbeListView(DeviceStore &app, ProbeTableModel &model, QWidget *parent = nullptr);
 
     // Columns sized to their titles (plus 16), stored in the column table.
     void setUpColumns();
@@ -51,7 +51,7 @@ private:
     void sortByColumn(int column);
     int entryForColumn(int column) const;
 
-    AppState &app_;
+    DeviceStore &app_;
     ProbeTableModel &model_;
     TextSortProxy proxy_;
     QList<int> homePosition_; // visual position a hidden column came from

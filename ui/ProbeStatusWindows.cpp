@@ -1,6 +1,6 @@
 #include "ProbeStatusWindows.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "ProbeCells.h"
 #include "Prompter.h"
 
@@ -10,7 +10,7 @@
 
 namespace cz {
 
-ProbeStatusWindows::ProbeStatusWindows(AppState &app, Prompter &prompter, QWidget *owner)
+ProbeStatusWindows::ProbeStatusWindows(DeviceStore &app, Prompter &prompter, QWidget *owner)
     : QObject(owner), app_(app), prompter_(prompter), owner_(owner)
 {
 }

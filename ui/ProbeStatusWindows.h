@@ -13,7 +13,7 @@ class QWidget;
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 class Prompter;
 struct ProbeRecord;
 
@@ -21,7 +21,7 @@ class ProbeStatusWindows : public QObject {
     Q_OBJECT
 public:
     static constexpr int kSlots = 128;
-    ProbeStatusWindows(AppState &app, Prompter &prompter, QWidget *owner);
+    ProbeStatusWindows(DeviceStore &app, Prompter &prompter, QWidget *owner);
 
     // Opens the probe's window in the first free slot, or raises the one it
     // has; a full table says so.
@@ -40,7 +40,7 @@ private:
     };
     void fill(Slot &slot);
 
-    AppState &app_;
+    DeviceStore &app_;
     Prompter &prompter_;
     QWidget *owner_;
     std::array<Slot, kSlots> slots_;

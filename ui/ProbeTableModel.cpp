@@ -1,6 +1,6 @@
 #include "ProbeTableModel.h"
 
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "DeviceFile.h"
 #include "ProbeCells.h"
 
@@ -12,7 +12,7 @@ constexpr std::uint64_t kRowColourBits = ProbeBit::StateOrCount | ProbeBit::Alar
 
 } // namespace
 
-ProbeTableModel::ProbeTableModel(AppState &app, QObject *parent) : QAbstractTableModel(parent), app_(app) {}
+ProbeTableModel::ProbeTableModel(DeviceStore &app, QObject *parent) : QAbstractTableModel(parent), app_(app) {}
 
 void ProbeTableModel::rebuild()
 {
@@ -30,7 +30,7 @@ void ProbeTableModel::rebuild()
     }
     rows_.clear();
     const bool showDisabled = app_.settings.ShowDisabledProbes != 0;
-    for (int slot = 0; slot < app_.deviceCount; ++slot) {
+    for (int slot = 0; slot < app_.deviceCount(); ++slot) {
         const DeviceRecord *d = app_.device(slot);
         for (int i = 0; d && i < d->ProbeCount && i < d->probeSlots(); ++i)
             if (const ProbeRecord *p = d->probe(i); p && (p->ProbeEnabled || showDisabled))
@@ -42,7 +42,7 @@ void ProbeTableModel::rebuild()
 void ProbeTableModel::showDisabledProbes(bool show)
 {
     if (show) {
-        for (int slot = 0; slot < app_.deviceCount; ++slot) {
+        for (int slot = 0; slot < app_.deviceCount(); ++slot) {
             const DeviceRecord *d = app_.device(slot);
             for (int i = 0; d && i < d->ProbeCount && i < d->probeSlots(); ++i) {
                 const ProbeRecord *p = d->probe(i);
@@ -95,11 +95,7 @@ void ProbeTableModel::refresh()
             c = last;
         }
     }
-    for (const ProbeRecord *p : rows_)
-        const_cast<ProbeRecord *>(p)->ShownChanges = 0;
-    for (int slot = 0; slot < app_.deviceCount; ++slot)
-        if (DeviceRecord *d = app_.device(slot))
-            d->ShownChanges = 0;
+    app_.clearShownChanges();
 }
 
 int ProbeTableModel::columnOfKind(int kind) const

@@ -9,13 +9,13 @@
 
 namespace cz {
 
-class AppState;
+class DeviceStore;
 struct ProbeRecord;
 
 class ProbeTableModel : public QAbstractTableModel {
     Q_OBJECT
 public:
-    explicit ProbeTableModel(AppState &app, QObject *parent = nullptr);
+    explicit ProbeTableModel(DeviceStore &app, QObject *parent = nullptr);
 
     // Columns from the column table, one row per probe of every device
     // (disabled probes only while they are shown).
@@ -38,7 +38,7 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
-    AppState &app_;
+    DeviceStore &app_;
     QList<const ProbeRecord *> rows_;
     QList<int> entries_;   // column -> column table entry
     QList<int> kinds_;     // column -> cell kind (by title)

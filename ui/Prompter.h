@@ -2,7 +2,7 @@
 // tests answer from a script.
 #pragma once
 
-#include "AppState.h"
+#include "DeviceStore.h"
 
 #include <QString>
 

@@ -2,10 +2,11 @@
 // bytes choose the model, the probe count and types and the scales.
 #include "AlarmEvaluation.h"
 #include "AlertActions.h"
-#include "AppState.h"
+#include "DeviceStore.h"
 #include "CFormat.h"
-#include "EventLog.h"
+#include "LogFiles.h"
 #include "HttpSession.h"
+#include "ReplyApplication.h"
 #include "ReplyParser.h"
 
 #include <QTemporaryDir>
@@ -18,14 +19,16 @@ using namespace cz;
 namespace {
 
 struct NoActions final : AlertActions {
-    void playSound(AppState &, const QByteArray &) override {}
-    void sendAlarmEmail(AppState &, int, int, double) override {}
-    void triggerVoiceDialer(AppState &, int, int) override {}
-    void runAlertProgram(AppState &, int, int, const QByteArray &) override {}
+    void playSound(DeviceStore &, const QByteArray &) override {}
+    void sendAlarmEmail(DeviceStore &, int, int, double) override {}
+    void triggerVoiceDialer(DeviceStore &, int, int) override {}
+    void runAlertProgram(DeviceStore &, int, int, const QByteArray &) override {}
 };
 
 struct Setup {
-    Setup() : evaluation(actions), log(SystemClock::instance()), state(DataFolder{QFile::encodeName(dir.path())}, SystemClock::instance(), log)
+    Setup()
+        : evaluation(actions), log(SystemClock::instance()),
+          state(DataFolder{QFile::encodeName(dir.path())}, SystemClock::instance(), log, status)
     {
         state.readProgramSettings();
         state.currentDateText = dateText(SystemClock::instance().now());
@@ -35,14 +38,14 @@ struct Setup {
         for (int i = 0; i < kMaxProbes; ++i)
             device->Probes[std::size_t(i)] = std::make_unique<ProbeRecord>();
         resetRunState(*device, 0, state.folder().root);
-        state.devices[0] = std::move(device);
-        state.deviceCount = 1;
+        state.addDevice(std::move(device));
     }
     NoActions actions;
     AlarmEvaluation evaluation;
     QTemporaryDir dir;
     EventLog log;
-    AppState state;
+    ProgramStatus status;
+    DeviceStore state;
 };
 
 constexpr const char *kModels[] = {"Model R4", "Model R16", "model rm1", "Model P4", "Model P16", "Unknown"};
@@ -54,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     static Setup setup;
     if (size < 2)
         return 0;
-    DeviceRecord &device = *setup.state.devices[0];
+    DeviceRecord &device = *setup.state.deviceForUpdate(0);
     device.DeviceModel = kModels[data[0] % 6];
     device.ProbeCount = (data[0] >> 3) % (kMaxProbes + 2) - 1; // -1 .. 16
     device.DisplayUnits = DisplayUnits(data[1] & 3);
@@ -68,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         probe.SendAlarmEmail = probe.SendClearEmail = probe.AlarmSound = 1;
     }
     const QByteArray body(reinterpret_cast<const char *>(data + 2), qsizetype(size - 2));
-    ParseDeviceReply(setup.state, 0, replyText(body), 1, &setup.evaluation);
+    ApplyDeviceReply(setup.state, 0, replyText(body), 1, &setup.evaluation);
     ConvertTemperatureText(DisplayUnits(data[1] & 7), DisplayUnits(data[0] & 7), replyText(body));
     return 0;
 }

@@ -42,11 +42,11 @@ struct WindowFixture {
         QList<devsim::SimDevice> devices;
         QString error;
         EXPECT_TRUE(devsim::loadSimConfig(QStringLiteral(CZ_SOURCE_DIR "/tools/devsim/demo.json"), devices, error));
-        for (int slot = 0; slot < app->state().deviceCount; ++slot) {
+        for (int slot = 0; slot < app->store().deviceCount(); ++slot) {
             devices[slot].port = 0;
-            app->state().device(slot)->DevicePort = sim.port(sim.addDevice(devices[slot]));
+            app->store().deviceForUpdate(slot)->DevicePort = sim.port(sim.addDevice(devices[slot]));
         }
-        sheet = std::make_unique<MainSheet>(app->state(), app->queryCycle(), app->queryClient(), prompter);
+        sheet = std::make_unique<MainSheet>(app->store(), app->queryCycle(), prompter);
         sheet->shutDown = [this] { app->shutDown(); };
     }
     static void copyFolder(const QString &from, const QString &to)
@@ -62,7 +62,7 @@ struct WindowFixture {
     void tick()
     {
         app->queryCycle().tick();
-        EXPECT_TRUE(waitUntil([&] { return !app->queryClient().walkRunning(); }));
+        EXPECT_TRUE(waitUntil([&] { return app->queryCycle().queriesInFlight() == 0; }));
         QCoreApplication::processEvents();
     }
     void picture(QWidget &widget, const QString &name)
@@ -122,18 +122,18 @@ TEST(MainSheet, ClosingAsksThenSavesAndLogsTheShutdown)
     f.prompter.answers = {false};
     EXPECT_FALSE(sheet.close());
     EXPECT_EQ(f.prompter.questions, QStringList{"Close the program and stop monitoring devices?"});
-    EXPECT_EQ(f.app->state().ShuttingDown, 0);
+    EXPECT_EQ(f.app->status().ShuttingDown, 0);
 
     f.sim.freezeTime(50);
     f.tick();
     f.prompter.answers = {true};
     EXPECT_TRUE(sheet.close());
-    EXPECT_EQ(f.app->state().ShuttingDown, 1);
+    EXPECT_EQ(f.app->status().ShuttingDown, 1);
     EXPECT_EQ(sheet.statusLine().text(), "Status: shutting down...");
-    const DeviceRecord &d = *f.app->state().device(0);
+    const DeviceRecord &d = *f.app->store().device(0);
     const QByteArray log = readFile(d.probe(0)->LogFile.bytes());
     EXPECT_TRUE(log.endsWith("Corvanta Zephtra program shutting down.\r\n")) << log.constData();
     // The extremes of the run are in the device file.
-    const QByteArray file = readFile(f.app->state().folder().deviceFile("Server Room"));
+    const QByteArray file = readFile(f.app->store().folder().deviceFile("Server Room"));
     EXPECT_TRUE(file.contains("HighestTemp=88.00")) << file.constData();
 }

@@ -27,12 +27,12 @@ constexpr auto T = ProbeType::Temperature;
 struct ListFixture : DataFolderFixture {
     ListFixture()
     {
-        state().readProgramSettings();
-        lab = &addDevice(state(), "Lab", "Model R16", 1, {T, ProbeType::Humidity, ProbeType::Wetness, ProbeType::Switch});
-        addDevice(state(), "Attic", "Model R4", 2, {T, T});
+        store().readProgramSettings();
+        lab = &addDevice(store(), "Lab", "Model R16", 1, {T, ProbeType::Humidity, ProbeType::Wetness, ProbeType::Switch});
+        addDevice(store(), "Attic", "Model R4", 2, {T, T});
         for (int slot = 0; slot < 2; ++slot)
-            for (int i = 0; i < state().device(slot)->ProbeCount; ++i)
-                state().device(slot)->probe(i)->ProbeNumber = i + 1;
+            for (int i = 0; i < store().device(slot)->ProbeCount; ++i)
+                store().device(slot)->probe(i)->ProbeNumber = i + 1;
     }
     // The text of the cell in (view) row `row` under the column titled `title`.
     QString cell(DeviceListPage &page, int row, const QString &title)
@@ -107,24 +107,24 @@ TEST(ProbeList, RowsAreColouredByStateWhileTheProbeIsEnabled)
 {
     ListFixture f;
     ProbeRecord &p = *f.lab->probe(0);
-    EXPECT_EQ(rowColour(f.state().settings, p), QColor(0, 255, 0));
+    EXPECT_EQ(rowColour(f.store().settings, p), QColor(0, 255, 0));
     p.AlarmState = AlarmState::HighAlarm;
-    EXPECT_EQ(rowColour(f.state().settings, p), QColor(255, 0, 0));
+    EXPECT_EQ(rowColour(f.store().settings, p), QColor(255, 0, 0));
     p.AlarmState = AlarmState::LowCaution;
-    EXPECT_EQ(rowColour(f.state().settings, p), QColor(255, 255, 0));
-    f.state().settings.LowCautionColor = 0x00804020; // 0x00BBGGRR
-    EXPECT_EQ(rowColour(f.state().settings, p), QColor(0x20, 0x40, 0x80));
+    EXPECT_EQ(rowColour(f.store().settings, p), QColor(255, 255, 0));
+    f.store().settings.LowCautionColor = 0x00804020; // 0x00BBGGRR
+    EXPECT_EQ(rowColour(f.store().settings, p), QColor(0x20, 0x40, 0x80));
     p.ProbeEnabled = 0;
-    EXPECT_FALSE(rowColour(f.state().settings, p).isValid());
+    EXPECT_FALSE(rowColour(f.store().settings, p).isValid());
 }
 
 TEST(ProbeList, SortsByDeviceThenProbeAndByAnyColumnAsText)
 {
     ListFixture f;
-    DeviceRecord &big = addDevice(f.state(), "Basement", "Model R16", 3, {T, T, T, T, T, T, T, T, T, T, T});
+    DeviceRecord &big = addDevice(f.store(), "Basement", "Model R16", 3, {T, T, T, T, T, T, T, T, T, T, T});
     for (int i = 0; i < big.ProbeCount; ++i)
         big.probe(i)->ProbeNumber = i + 1;
-    DeviceListPage page(f.state(), f.prompter);
+    DeviceListPage page(f.store(), f.prompter);
     const QStringList devices = f.column(page, "Device Name");
     EXPECT_EQ(devices.first(), "Attic");
     EXPECT_EQ(devices.last(), "Lab");
@@ -146,17 +146,17 @@ TEST(ProbeList, AHiddenColumnIsGoneAfterARestart)
 {
     ListFixture f;
     {
-        DeviceListPage page(f.state(), f.prompter);
+        DeviceListPage page(f.store(), f.prompter);
         const int column = page.model().columnOfKind(columnKind("Alarm State"));
         page.list().hideColumn(column);
         EXPECT_TRUE(page.list().columnHidden(column));
         EXPECT_EQ(page.list().horizontalHeader()->visualIndex(column), 0); // moved to the front
-        f.state().writeProgramSettings();
+        f.store().writeProgramSettings();
     }
-    const QByteArray ini = readFile(f.state().folder().settingsFile());
+    const QByteArray ini = readFile(f.store().folder().settingsFile());
     EXPECT_TRUE(ini.contains("ListColumn07Enabled=0\r\n")) << ini.constData();
 
-    AppState &restarted = f.restart();
+    DeviceStore &restarted = f.restart();
     restarted.readProgramSettings();
     DeviceListPage page(restarted, f.prompter);
     EXPECT_EQ(page.model().columnCount(), kListColumns - 1);
@@ -166,7 +166,7 @@ TEST(ProbeList, AHiddenColumnIsGoneAfterARestart)
 TEST(ProbeList, ARefreshAnnouncesOnlyTheCellsThatChanged)
 {
     ListFixture f;
-    DeviceListPage page(f.state(), f.prompter);
+    DeviceListPage page(f.store(), f.prompter);
     page.refresh(); // nothing pending
     QSignalSpy spy(&page.model(), &QAbstractItemModel::dataChanged);
     ProbeRecord &p = *f.lab->probe(0);
@@ -192,7 +192,7 @@ TEST(ProbeList, ARefreshAnnouncesOnlyTheCellsThatChanged)
 TEST(ProbeList, DisablingProbesHidesThemAndMarksTheKeyForSaving)
 {
     ListFixture f;
-    DeviceListPage page(f.state(), f.prompter);
+    DeviceListPage page(f.store(), f.prompter);
     const int rows = page.model().rowCount();
     page.list().selectRow(0);
     const ProbeRecord *probe = page.list().selectedProbes().first();
@@ -205,23 +205,23 @@ TEST(ProbeList, DisablingProbesHidesThemAndMarksTheKeyForSaving)
     page.toggleDisabledProbes();
     EXPECT_EQ(page.model().rowCount(), rows);
     EXPECT_EQ(page.showHideButton->text(), "Hide Disabled Probes");
-    EXPECT_EQ(f.state().settings.ShowDisabledProbes, 1);
+    EXPECT_EQ(f.store().settings.ShowDisabledProbes, 1);
 }
 
 TEST(ProbeList, DeletingNeedsOneDeviceAndAYes)
 {
     ListFixture f;
-    f.state().writeDeviceFile(0, true);
-    f.state().writeDeviceFile(1, true);
-    f.state().writeDevicesSection();
-    DeviceListPage page(f.state(), f.prompter);
+    f.store().writeDeviceFile(0, true);
+    f.store().writeDeviceFile(1, true);
+    f.store().writeDevicesSection();
+    DeviceListPage page(f.store(), f.prompter);
     page.deleteSelectedDevice();
     EXPECT_EQ(f.prompter.told.last(), "No device selected.");
 
     page.list().selectAll();
     page.deleteSelectedDevice();
     EXPECT_EQ(f.prompter.told.last(), "Multiple devices selected.\nPlease select a single device to delete.");
-    EXPECT_EQ(f.state().deviceCount, 2);
+    EXPECT_EQ(f.store().deviceCount(), 2);
 
     page.list().clearSelection();
     page.list().selectRow(0); // Attic sorts first
@@ -229,12 +229,11 @@ TEST(ProbeList, DeletingNeedsOneDeviceAndAYes)
     page.deleteSelectedDevice();
     EXPECT_EQ(f.prompter.questions.last(),
               "This will permanently delete the device named\n\"Attic\" and all of its probe data.\n\nAre you sure?");
-    EXPECT_EQ(f.state().deviceCount, 2);
+    EXPECT_EQ(f.store().deviceCount(), 2);
     f.prompter.answers = {true};
     page.deleteSelectedDevice();
-    EXPECT_EQ(f.state().deviceCount, 1);
-    EXPECT_EQ(f.state().ConfigurationInProgress, 0);
-    EXPECT_FALSE(exists(f.state().folder().deviceFile("Attic")));
+    EXPECT_EQ(f.store().deviceCount(), 1);
+    EXPECT_FALSE(exists(f.store().folder().deviceFile("Attic")));
     QCoreApplication::processEvents(); // the list is rebuilt once the slots have moved
     EXPECT_EQ(f.column(page, "Device Name"), QStringList(4, "Lab"));
 }
@@ -242,7 +241,7 @@ TEST(ProbeList, DeletingNeedsOneDeviceAndAYes)
 TEST(ProbeList, StatusWindowsAreRaisedWhenOpenAndLimitedTo128)
 {
     ListFixture f;
-    DeviceListPage page(f.state(), f.prompter);
+    DeviceListPage page(f.store(), f.prompter);
     ProbeStatusWindows &windows = page.statusWindows();
     windows.open(*f.lab->probe(0));
     windows.open(*f.lab->probe(0));

@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kMaxRequestBytes = 16384;
 constexpr int kLongReplyBytes = 3000;
+constexpr int kHugeReplyBytes = 5 * 1024 * 1024;
 
 QByteArray httpReply(const char *status, const QByteArray &body, qsizetype announcedLength)
 {
@@ -223,12 +224,42 @@ void DeviceSimulator::respond(Served &served, QTcpSocket *socket, const QByteArr
         socket->write(httpReply("200 OK", body.left(body.size() / 2), body.size()));
         finish();
         return;
-    case Fault::Long: {
+    case Fault::Long:
+    case Fault::Huge: {
+        const int size = d.fault == Fault::Long ? kLongReplyBytes : kHugeReplyBytes;
         QByteArray padded = body + '|';
-        while (padded.size() < kLongReplyBytes)
+        padded.reserve(size);
+        while (padded.size() < size)
             padded += "padding-";
         socket->write(httpReply("200 OK", padded, padded.size()));
         finish();
+        return;
+    }
+    case Fault::Nul: {
+        QByteArray text = body;
+        const qsizetype second = text.indexOf('|', text.indexOf('|', text.indexOf('|') + 1) + 1);
+        text.insert(second < 0 ? text.size() : second, '\0');
+        socket->write(httpReply("200 OK", text, text.size()));
+        finish();
+        return;
+    }
+    case Fault::Trickle: {
+        const QByteArray reply = httpReply("200 OK", body, body.size());
+        const qsizetype statusLine = reply.indexOf('\n') + 1;
+        socket->write(reply.left(statusLine));
+        socket->flush();
+        auto *timer = new QTimer(socket);
+        timer->setInterval(std::max(1, d.faultMs));
+        connect(timer, &QTimer::timeout, socket, [socket, timer, reply, sent = statusLine]() mutable {
+            if (sent >= reply.size()) {
+                timer->stop();
+                socket->disconnectFromHost();
+                return;
+            }
+            socket->write(reply.mid(sent++, 1));
+            socket->flush();
+        });
+        timer->start();
         return;
     }
     case Fault::Http500: {

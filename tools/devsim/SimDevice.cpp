@@ -14,7 +14,8 @@ namespace devsim {
 namespace {
 
 constexpr const char *kFaultNames[] = {"none", "refuse", "hang", "slow", "truncate",
-                                       "long", "http500", "garbage", "reset", "bare"};
+                                       "long", "http500", "garbage", "reset", "bare",
+                                       "trickle", "nul", "huge"};
 constexpr const char *kKindNames[] = {"constant", "drift", "sine", "step", "toggle"};
 constexpr const char *kProbeKindNames[] = {"Temperature", "Humidity", "Wetness", "Switch"};
 

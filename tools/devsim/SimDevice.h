@@ -44,6 +44,9 @@ enum class Fault {
     Garbage,   // binary bytes, NUL included, no status line
     Reset,     // headers and half the body, then a connection reset
     Bare,      // the body alone, no status line and no headers
+    Trickle,   // the status line, then one byte every `faultMs`
+    Nul,       // a NUL byte after the first probe's value
+    Huge,      // the page padded to 5 MB
 };
 // "Temperature", "Humidity", "Wetness" or "Switch", in any case; Temperature otherwise.
 ProbeKind probeKindFromName(const QString &name);

@@ -1,5 +1,7 @@
 // The writers of the probe event logs, the probe data files and the error
-// logs, and the daily rollover of the probe files.
+// logs. Each entry opens, appends and closes its file, so other programs may
+// read or move the file between entries; a file that cannot be opened is
+// skipped.
 #pragma once
 
 #include "ProbeLog.h"
@@ -8,7 +10,6 @@
 
 namespace cz {
 
-class AppState;
 class Clock;
 
 // "<date> <time>: <message>\r\n" appended to `path`.
@@ -19,11 +20,8 @@ void AppendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray
 // "<date>,<time>,<display text>\r\n" appended to a probe's data file.
 void AppendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,
                     const QByteArray &displayText);
-// When the day has changed since the probe files were started, moves every
-// file of "Data" and then of "Logs" into a folder named by the old day, and
-// makes today the current day.
-void RollOverDailyFiles(AppState &app);
 
+// The event-log sink of the running program.
 class EventLog final : public ProbeLogSink {
 public:
     explicit EventLog(const Clock &clock) : clock_(clock) {}

@@ -1,0 +1,443 @@
+#include "DeviceStore.h"
+
+#include "DeviceFile.h"
+#include "IniFile.h"
+#include "ProbeLog.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+
+namespace cz {
+namespace {
+
+const QByteArray kDevicesSection = "Devices";
+
+QByteArray deviceKey(int number)
+{
+    char buf[24];
+    std::snprintf(buf, sizeof buf, "Device%03d", number);
+    return buf;
+}
+
+QString shown(const QByteArray &bytes)
+{
+    return QString::fromUtf8(bytes);
+}
+
+} // namespace
+
+DeviceStore::DeviceStore(DataFolder folder, const Clock &clock, ProbeLogSink &probeLog, ProgramStatus &status,
+                         QObject *parent)
+    : QObject(parent), folder_(std::move(folder)), clock_(clock), probeLog_(probeLog), status_(status)
+{
+}
+
+DeviceStore::~DeviceStore() = default;
+
+void DeviceStore::checkFolder(const QByteArray &path, const char *which)
+{
+    if (!ensureFolder(path))
+        status_.report(MessageIcon::Error, incompleteInstallationMessage(which));
+}
+
+void DeviceStore::readProgramSettings()
+{
+    status_.set(QStringLiteral("Status: reading program initialization file..."));
+    for (auto &d : devices_)
+        d.reset();
+    deviceCount_ = 0;
+
+    checkFolder(folder_.root, "common dir");
+    IniFile ini;
+    ini.load(QFile::decodeName(folder_.settingsFile()));
+    settings.read(ini);
+
+    checkFolder(folder_.devices(), "device dir");
+    for (int k = 1; k <= kMaxDevices; ++k) {
+        const QByteArray name = ini.readString(kDevicesSection, deviceKey(k), "", 65);
+        if (name.isEmpty())
+            continue;
+        status_.set(QStringLiteral("Status: reading device info for %1...").arg(shown(name)));
+        loadDevice(name);
+    }
+
+    checkFolder(folder_.logs(), "log dir");
+    checkFolder(folder_.save(), "save dir");
+    checkFolder(folder_.data(), "data dir");
+    checkFolder(folder_.help(), "help dir");
+    checkFolder(folder_.devices(), "device dir");
+    checkFolder(folder_.templates(), "template dir");
+    checkFolder(folder_.sounds(), "sounds dir");
+    installDefaultFiles(folder_);
+}
+
+int DeviceStore::loadDevice(const QByteArray &name)
+{
+    const QString problem = deviceNameProblem(name);
+    if (!problem.isEmpty()) {
+        status_.report(MessageIcon::Error, problem + QStringLiteral(" The device is not loaded."));
+        return -1;
+    }
+    if (deviceCount_ >= kMaxDevices)
+        return -1;
+    const int slot = deviceCount_;
+    auto device = readDeviceFile(folder_.deviceFile(name), slot);
+    if (!device)
+        return -1;
+    if (device->DeviceName.empty())
+        device->DeviceName = name;
+    devices_[std::size_t(slot)] = std::move(device);
+    ++deviceCount_;
+    return slot;
+}
+
+std::unique_ptr<DeviceRecord> DeviceStore::readDeviceFile(const QByteArray &path, int slot)
+{
+    std::unique_ptr<DeviceRecord> device;
+    try {
+        device = std::make_unique<DeviceRecord>();
+        IniFile ini;
+        ini.load(QFile::decodeName(path));
+        readDeviceKeys(ini, *device);
+        // Records hold at most 16 probes; a count outside 0..16 is damage.
+        device->ProbeCount = std::clamp(device->ProbeCount, 0, kMaxProbes);
+        for (int i = 0; i < device->ProbeCount; ++i) {
+            status_.set(QStringLiteral("Status: reading device info for %1 probe %2...")
+                            .arg(device->DeviceName.str(), QString::number(i + 1)));
+            device->Probes[std::size_t(i)] = std::make_unique<ProbeRecord>();
+            readProbeKeys(ini, i, *device->Probes[std::size_t(i)]);
+        }
+    } catch (const std::bad_alloc &) {
+        status_.report(MessageIcon::Error,
+               QStringLiteral("WARNING: not enough memory for devices.\n Please contact Varnholt Technical Support."));
+        if (!device)
+            return nullptr;
+    }
+    resetRunState(*device, slot, folder_.root);
+    for (int i = 0; i < device->probeSlots(); ++i) {
+        ProbeRecord *p = device->probe(i);
+        // A probe whose file names no event log logs to the usual place.
+        if (p && p->LogFile.empty())
+            p->LogFile = probeFilePath(folder_.logs(), device->DeviceName.bytes(), p->ProbeNumber,
+                                       p->ProbeName.bytes(), "log");
+    }
+    return device;
+}
+
+bool DeviceStore::writeProgramSettings()
+{
+    status_.set(QStringLiteral("Status: writing program configuration data..."));
+    const QString path = QFile::decodeName(folder_.settingsFile());
+    IniFile ini;
+    ini.load(path);
+    settings.write(ini);
+    QString error;
+    if (ini.save(path, &error))
+        return true;
+    status_.report(MessageIcon::Error, QStringLiteral("The program settings could not be saved to \"%1\": %2").arg(path, error));
+    return false;
+}
+
+bool DeviceStore::writeDevicesSection()
+{
+    const QString path = QFile::decodeName(folder_.settingsFile());
+    IniFile ini;
+    ini.load(path);
+    std::vector<std::pair<QByteArray, QByteArray>> entries;
+    for (int slot = 0; slot < deviceCount_; ++slot)
+        entries.emplace_back(deviceKey(slot + 1), devices_[std::size_t(slot)]->DeviceName.bytes());
+    ini.replaceSection(kDevicesSection, entries);
+    QString error;
+    if (ini.save(path, &error))
+        return true;
+    status_.report(MessageIcon::Error, QStringLiteral("The device list could not be saved to \"%1\": %2").arg(path, error));
+    return false;
+}
+
+bool DeviceStore::writeDeviceFile(int slot, bool writeAll)
+{
+    return saveDeviceFile(slot, writeAll, writeAll);
+}
+
+bool DeviceStore::saveDeviceFile(int slot, bool writeAll, bool announceNewDevice)
+{
+    DeviceRecord *device = deviceForUpdate(slot);
+    if (!device)
+        return false;
+    const QByteArray name = device->DeviceName.bytes();
+    status_.set(QStringLiteral("Status: writing device configuration data for %1...").arg(shown(name)));
+    const QString problem = deviceNameProblem(name);
+    if (!problem.isEmpty()) {
+        status_.report(MessageIcon::Error, problem + QStringLiteral(" The device's settings were not saved."));
+        return false;
+    }
+
+    const QString path = QFile::decodeName(folder_.deviceFile(name));
+    const bool exists = QFileInfo::exists(path);
+    const bool created = writeAll && !exists;
+    IniFile ini;
+    if (created) {
+        QStringList errors;
+        ini.parse(deviceFileSkeleton(folder_.templates(), device->probeSlots(), &errors));
+        for (const QString &e : errors)
+            status_.report(MessageIcon::Error, e);
+    } else if (exists && !ini.load(path)) {
+        status_.report(MessageIcon::Error, QStringLiteral("The device file \"%1\" could not be read, so it was not saved.").arg(path));
+        return false;
+    }
+
+    const std::vector<WrittenKey> written = putDeviceKeys(ini, *device, writeAll);
+    if (!written.empty() || created) {
+        QString error;
+        if (!ini.save(path, &error)) {
+            status_.report(MessageIcon::Error,
+                   created ? QStringLiteral("Error opening device initialization file.\n")
+                           : QStringLiteral("The device file \"%1\" could not be saved: %2").arg(path, error));
+            return false;
+        }
+    }
+
+    device->ChangedKeys = writeAll ? kAllKeys : 0;
+    for (int i = 0; i < device->probeSlots(); ++i)
+        if (ProbeRecord *p = device->probe(i))
+            p->ChangedKeys = 0;
+
+    if (announceNewDevice)
+        logToDevice(*device, "New device added.");
+    else if (!writeAll && device->LoggingEnabled)
+        logSavedKeys(*device, written);
+
+    if (!status_.showsError())
+        status_.set(QStringLiteral("Status: monitoring devices..."));
+    return true;
+}
+
+bool DeviceStore::writeAllDeviceFiles()
+{
+    bool ok = true;
+    for (int slot = 0; slot < deviceCount_; ++slot)
+        ok = writeDeviceFile(slot, false) && ok;
+    return ok;
+}
+
+bool DeviceStore::deleteDevice(int slot)
+{
+    if (!device(slot))
+        return false;
+    // Views let go of the record's probes before it goes.
+    emit deviceAboutToBeRemoved(slot);
+    const QByteArray name = devices_[std::size_t(slot)]->DeviceName.bytes();
+    devices_[std::size_t(slot)].reset();
+    if (deviceNameProblem(name).isEmpty())
+        QFile::remove(QFile::decodeName(folder_.deviceFile(name)));
+    --deviceCount_;
+    for (int s = slot; s < deviceCount_; ++s) {
+        devices_[std::size_t(s)] = std::move(devices_[std::size_t(s + 1)]);
+        for (int i = 0; i < kMaxProbes; ++i)
+            if (ProbeRecord *p = devices_[std::size_t(s)]->probe(i))
+                p->DeviceNumber = s;
+    }
+    emit deviceRemoved(slot);
+    return writeDevicesSection();
+}
+
+int DeviceStore::slotOf(const DeviceRecord *device) const
+{
+    for (int slot = 0; slot < deviceCount_; ++slot)
+        if (devices_[std::size_t(slot)].get() == device)
+            return slot;
+    return -1;
+}
+
+int DeviceStore::addDevice(std::unique_ptr<DeviceRecord> device)
+{
+    if (!device || deviceCount_ >= kMaxDevices)
+        return -1;
+    const int slot = deviceCount_++;
+    for (int i = 0; i < kMaxProbes; ++i)
+        if (ProbeRecord *p = device->probe(i))
+            p->DeviceNumber = slot;
+    devices_[std::size_t(slot)] = std::move(device);
+    emit deviceAdded(slot);
+    return slot;
+}
+
+namespace {
+
+// What monitoring has learnt of a probe, which an edit made from an older
+// copy must not take back.
+void keepRunState(ProbeRecord &to, const ProbeRecord &live)
+{
+    to.AlarmState = live.AlarmState;
+    to.ConsecutiveAlarmCount = live.ConsecutiveAlarmCount;
+    to.HighAlarmSent = live.HighAlarmSent;
+    to.HighCautionSent = live.HighCautionSent;
+    to.LowCautionSent = live.LowCautionSent;
+    to.LowAlarmSent = live.LowAlarmSent;
+    to.LastAlarmSetTimeVal = live.LastAlarmSetTimeVal;
+    to.LastAlarmClearedTimeVal = live.LastAlarmClearedTimeVal;
+    to.CurrentValueText = live.CurrentValueText;
+    to.CurrentTemp = live.CurrentTemp;
+    to.HighestTemp = live.HighestTemp;
+    to.HighestTempTimeVal = live.HighestTempTimeVal;
+    to.LowestTemp = live.LowestTemp;
+    to.LowestTempTimeVal = live.LowestTempTimeVal;
+    to.CurrentHumidity = live.CurrentHumidity;
+    to.HighestHumidity = live.HighestHumidity;
+    to.HighestHumidityTimeVal = live.HighestHumidityTimeVal;
+    to.LowestHumidity = live.LowestHumidity;
+    to.LowestHumidityTimeVal = live.LowestHumidityTimeVal;
+    to.CurrentWetness = live.CurrentWetness;
+    to.HighestWetness = live.HighestWetness;
+    to.HighestWetnessTimeVal = live.HighestWetnessTimeVal;
+    to.LowestWetness = live.LowestWetness;
+    to.LowestWetnessTimeVal = live.LowestWetnessTimeVal;
+    to.SwitchState = live.SwitchState;
+    to.SwitchOpenTimeVal = live.SwitchOpenTimeVal;
+    to.SwitchCloseTimeVal = live.SwitchCloseTimeVal;
+    to.Values = live.Values;
+    to.ShownChanges = live.ShownChanges;
+}
+
+} // namespace
+
+bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
+{
+    DeviceRecord *live = deviceForUpdate(slot);
+    if (!live)
+        return false;
+    DeviceRecord copy;
+    copyDeviceRecord(&copy, edited);
+    markEditedKeys(*live, copy);
+    copy.DeviceName = live->DeviceName;
+    copy.LastContactTimeVal = live->LastContactTimeVal;
+    copy.QueryFailureCount = live->QueryFailureCount;
+    copy.QueryDue = live->QueryDue;
+    copy.NextSampleTime = live->NextSampleTime;
+    copy.Times = live->Times;
+    copy.ChangedKeys |= live->ChangedKeys;
+    copy.ShownChanges = live->ShownChanges | copy.ChangedKeys;
+    // The probes stay where they are: the list and the engine hold them.
+    for (int i = 0; i < kMaxProbes; ++i)
+        copy.Probes[std::size_t(i)] = std::move(live->Probes[std::size_t(i)]);
+    copyDeviceRecord(live, copy);
+    for (int i = 0; i < kMaxProbes; ++i)
+        live->Probes[std::size_t(i)] = std::move(copy.Probes[std::size_t(i)]);
+    for (int i = 0; i < live->probeSlots(); ++i) {
+        ProbeRecord *p = live->probe(i);
+        const ProbeRecord *e = edited.probe(i);
+        if (!p || !e)
+            continue;
+        ProbeRecord updated;
+        copyProbeRecord(&updated, *e);
+        markEditedKeys(*p, updated);
+        keepRunState(updated, *p);
+        updated.DeviceNumber = slot;
+        updated.ChangedKeys |= p->ChangedKeys;
+        updated.ShownChanges |= updated.ChangedKeys;
+        copyProbeRecord(p, updated);
+    }
+    const bool saved = writeDeviceFile(slot, false);
+    emit deviceChanged(slot);
+    return saved;
+}
+
+void DeviceStore::setProbesEnabled(const QList<const ProbeRecord *> &probes, bool enabled)
+{
+    for (const ProbeRecord *probe : probes) {
+        DeviceRecord *d = deviceForUpdate(probe->DeviceNumber);
+        for (int i = 0; d && i < d->probeSlots(); ++i) {
+            ProbeRecord *p = d->probe(i);
+            if (p == probe && (p->ProbeEnabled != 0) != enabled) {
+                p->ProbeEnabled = enabled ? 1 : 0;
+                p->markChanged(ProbeBit::ProbeEnabled);
+            }
+        }
+    }
+}
+
+void DeviceStore::clearShownChanges()
+{
+    for (int slot = 0; slot < deviceCount_; ++slot) {
+        DeviceRecord &d = *devices_[std::size_t(slot)];
+        d.ShownChanges = 0;
+        for (int i = 0; i < d.probeSlots(); ++i)
+            if (ProbeRecord *p = d.probe(i))
+                p->ShownChanges = 0;
+    }
+}
+
+bool DeviceStore::renameDevice(int slot, const QByteArray &newName)
+{
+    DeviceRecord *device = deviceForUpdate(slot);
+    if (!device)
+        return false;
+    const QString problem = deviceNameProblem(newName);
+    if (!problem.isEmpty()) {
+        status_.report(MessageIcon::Error, problem);
+        return false;
+    }
+    const QByteArray oldName = device->DeviceName.bytes();
+    for (int i = 0; i < device->probeSlots(); ++i) {
+        ProbeRecord *p = device->probe(i);
+        if (!p)
+            continue;
+        p->LogFile = p->LogFile.bytes().replace(oldName, newName);
+        p->DataLogFile = p->DataLogFile.bytes().replace(oldName, newName);
+        p->markChanged(ProbeBit::LogFile);
+    }
+    device->DeviceName = newName;
+    device->markChanged(DeviceBit::DeviceName);
+    // A file that does not exist yet under the new name gets every key, so
+    // that nothing of the device's settings stays behind in the old file.
+    const bool fresh = !QFileInfo::exists(QFile::decodeName(folder_.deviceFile(newName)));
+    const bool saved = saveDeviceFile(slot, fresh, false);
+    if (saved && fresh)
+        device->ChangedKeys = 0;
+    emit deviceRenamed(slot);
+    return writeDevicesSection() && saved;
+}
+
+// One "<key> saved as "<value>"" line per saved key: device keys to every
+// enabled probe's log, probe keys to their own probe's log if it is enabled.
+void DeviceStore::logSavedKeys(const DeviceRecord &device, const std::vector<WrittenKey> &written)
+{
+    const int probes = device.probeSlots();
+    std::vector<QList<QByteArray>> lines(static_cast<std::size_t>(probes));
+    for (const WrittenKey &k : written) {
+        if (k.key == "LastContactTimeVal")
+            continue;
+        const QByteArray line = k.key + " saved as \"" + k.value + '"';
+        for (int i = 0; i < probes; ++i)
+            if (k.probeIndex < 0 || k.probeIndex == i)
+                lines[std::size_t(i)].append(line);
+    }
+    for (int i = 0; i < probes; ++i) {
+        const ProbeRecord *p = device.probe(i);
+        if (p && p->ProbeEnabled && !lines[std::size_t(i)].isEmpty())
+            probeLog_.appendProbeLogLines(p->LogFile.bytes(), lines[std::size_t(i)]);
+    }
+}
+
+void DeviceStore::logToDevice(const DeviceRecord &device, const QByteArray &message)
+{
+    if (!device.LoggingEnabled)
+        return;
+    for (int i = 0; i < device.probeSlots(); ++i) {
+        const ProbeRecord *p = device.probe(i);
+        if (p && p->ProbeEnabled)
+            probeLog_.appendProbeLog(p->LogFile.bytes(), message);
+    }
+}
+
+void DeviceStore::logToAllDevices(const QByteArray &message)
+{
+    for (int slot = 0; slot < deviceCount_; ++slot)
+        logToDevice(*devices_[std::size_t(slot)], message);
+}
+
+} // namespace cz

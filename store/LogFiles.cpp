@@ -1,0 +1,58 @@
+#include "LogFiles.h"
+
+#include "CFormat.h"
+#include "Clock.h"
+#include "FileWrite.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace cz {
+namespace {
+
+void appendToFile(const QByteArray &path, const QByteArray &bytes)
+{
+    if (path.isEmpty())
+        return;
+    const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return;
+    writeFully(fd, bytes);
+    ::close(fd);
+}
+
+// "<date> <time>: " of now.
+QByteArray entryPrefix(const Clock &clock)
+{
+    const std::int64_t now = clock.now();
+    return dateText(now) + ' ' + clockText(now) + ": ";
+}
+
+} // namespace
+
+void AppendProbeLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
+{
+    appendToFile(path, entryPrefix(clock) + message + "\r\n");
+}
+
+void EventLog::appendProbeLogLines(const QByteArray &path, const QList<QByteArray> &messages)
+{
+    const QByteArray prefix = entryPrefix(clock_);
+    QByteArray lines;
+    for (const QByteArray &m : messages)
+        lines += prefix + m + "\r\n";
+    appendToFile(path, lines);
+}
+
+void AppendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
+{
+    appendToFile(path, entryPrefix(clock) + message);
+}
+
+void AppendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,
+                    const QByteArray &displayText)
+{
+    appendToFile(path, date + ',' + time + ',' + displayText + "\r\n");
+}
+
+} // namespace cz
