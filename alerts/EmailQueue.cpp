@@ -2,11 +2,16 @@
 
 #include "DeviceStore.h"
 #include "FileWrite.h"
+#include "LogFiles.h"
 #include "Spawn.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
 
 #include <QPointer>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <memory>
@@ -17,11 +22,13 @@ namespace cz {
 
 namespace {
 
-// Writes `bytes` to `path` (created or truncated), committed to disk.
+// Writes `bytes` to `path` (created or truncated), committed to disk. The
+// files hold addresses and the script the SMTP password: a new one is
+// readable by its owner only.
 // Returns "" or the fault: "opening" or "writing".
 const char *writeWorkingFile(const QByteArray &path, const QByteArray &bytes)
 {
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kPrivateFileMode);
     if (fd < 0)
         return "opening";
     const bool written = writeFully(fd, bytes) == 0 && ::fsync(fd) == 0;
@@ -46,9 +53,8 @@ QByteArray shellErrorMessage(int error)
 
 EmailQueue::EmailQueue(DeviceStore &app, QObject *parent) : QObject(parent), app_(app)
 {
-    spacing_.setSingleShot(true);
-    spacing_.setInterval(3000);
-    connect(&spacing_, &QTimer::timeout, this, &EmailQueue::finishCurrent);
+    wait_.setSingleShot(true);
+    connect(&wait_, &QTimer::timeout, this, &EmailQueue::waited);
 }
 
 void EmailQueue::enqueue(EmailJob job)
@@ -60,15 +66,46 @@ void EmailQueue::enqueue(EmailJob job)
 
 void EmailQueue::scriptEnded(quint64 job)
 {
-    if (busy_ && job == started_ && spacing_.isActive()) {
-        spacing_.stop();
+    if (busy_ && job == started_ && wait_.isActive()) {
+        wait_.stop();
         finishCurrent();
     }
+}
+
+void EmailQueue::waited()
+{
+    if (scriptPid_ > 0) {
+        // Past its limit: the whole group (the shell and its mailer) goes.
+        ::kill(-pid_t(scriptPid_), SIGKILL);
+        logEmailError("Mail script for " + currentSummary_ + " was stopped after " +
+                      QByteArray::number(scriptLimitMs_ / 1000) + " s.\r\n");
+    }
+    finishCurrent();
+}
+
+void EmailQueue::logEmailError(const QByteArray &line)
+{
+    AppendErrorLog(app_.clock(), app_.folder().emailErrorLog(), line);
+}
+
+int EmailQueue::drain(int ms)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (!idle() && elapsed.elapsed() < ms)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    // A script still running has its files and goes on by itself.
+    const int unsent = int(jobs_.size());
+    for (const EmailJob &job : jobs_)
+        logEmailError("Unsent at shutdown: " + job.summary + "\r\n");
+    jobs_.clear();
+    return unsent;
 }
 
 void EmailQueue::finishCurrent()
 {
     busy_ = false;
+    scriptPid_ = 0;
     if (removeAfter_) {
         std::remove(app_.folder().emailBodyFile().constData());
         std::remove(app_.folder().emailRecipientsFile().constData());
@@ -132,9 +169,10 @@ void EmailQueue::filesWritten(EmailJob &job, const QByteArray &fault, bool stopp
     const QByteArray root = app_.folder().root;
     const QByteArray scriptPath = root + '/' + job.scriptName;
     const quint64 id = ++started_;
+    pid_t pid = 0;
     const int error = job.run ? job.run(scriptPath)
                               : spawnDetached({"/bin/sh", {"sh", scriptPath}, root, job.showOutput}, this,
-                                              [this, id] { scriptEnded(id); });
+                                              [this, id] { scriptEnded(id); }, &pid);
     emit jobStarted(id, error);
     if (error && job.startError)
         job.startError(shellErrorMessage(error));
@@ -144,7 +182,9 @@ void EmailQueue::filesWritten(EmailJob &job, const QByteArray &fault, bool stopp
     }
     busy_ = true;
     removeAfter_ = !error && job.removeWorkingFiles;
-    spacing_.start();
+    scriptPid_ = pid;
+    currentSummary_ = job.summary;
+    wait_.start(error ? failedStartPauseMs_ : scriptLimitMs_);
 }
 
 } // namespace cz

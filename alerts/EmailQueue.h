@@ -1,6 +1,8 @@
 // Alert e-mail jobs wait here for their turn. The working files have fixed
 // names, so a job writes them only once the previous job's script has
-// ended, or at the latest 3 s after it started; the event loop never waits.
+// ended: a slow mail server never sends one alert's body to another alert's
+// recipients. A script still running after 120 s is stopped, and that is
+// logged. The event loop never waits.
 #pragma once
 
 #include <QByteArray>
@@ -15,13 +17,16 @@ namespace cz {
 class DeviceStore;
 
 struct EmailJob {
+    // What the mail is about, for the error log: "device N, probe M,
+    // subject "..."".
+    QByteArray summary;
     QByteArray body;         // "email_body.tmp"
     QByteArray recipients;   // "email_recipients.tmp"
     QByteArray scriptName;   // "alarm_email.sh" or "email_test.sh"
     QByteArray script;
     // The script's output goes to ours (else nowhere).
     bool showOutput = false;
-    // The two working files are removed 3 s after a good start.
+    // The two working files are removed once the script has ended.
     bool removeWorkingFiles = false;
     // A failed start still keeps the next job waiting its 3 s.
     bool pauseAfterFailedStart = false;
@@ -36,7 +41,8 @@ struct EmailJob {
     // The script could not be started: the reason from the shell error table.
     std::function<void(const QByteArray &reason)> startError;
     // Runs the script instead of starting it detached (the e-mail test's
-    // console); returns 0 or an errno.
+    // console, which reports its end through currentScriptEnded); returns 0
+    // or an errno.
     std::function<int(const QByteArray &scriptPath)> run;
 };
 
@@ -47,10 +53,17 @@ public:
 
     void enqueue(EmailJob job);
     bool idle() const { return jobs_.empty() && !busy_; }
-    // The longest wait after a start (3000 ms; shorter in tests).
-    void setSpacing(int ms) { spacing_.setInterval(ms); }
+    // The pause after a start that failed (3000 ms; shorter in tests).
+    void setFailedStartPause(int ms) { failedStartPauseMs_ = ms; }
+    // How long a script may run before it is stopped (120 s).
+    void setScriptLimit(int ms) { scriptLimitMs_ = ms; }
     // The running script has ended: the next job may go.
     void scriptEnded(quint64 job);
+    void currentScriptEnded() { scriptEnded(started_); }
+    // Runs the event loop until every job has been sent or `ms` have
+    // passed (shutdown). Jobs never started are then logged to
+    // "EmailErrors.log" as unsent and dropped; returns how many.
+    int drain(int ms);
 
 signals:
     // A script was started (or could not be), in queue order.
@@ -59,14 +72,21 @@ signals:
 private:
     void next();
     void filesWritten(EmailJob &job, const QByteArray &fault, bool stopped);
+    void waited();
     void finishCurrent();
+    void logEmailError(const QByteArray &line);
 
     DeviceStore &app_;
     std::deque<EmailJob> jobs_;
-    QTimer spacing_;
+    QTimer wait_;
+    int failedStartPauseMs_ = 3000;
+    int scriptLimitMs_ = 120000;
     bool busy_ = false;
     bool removeAfter_ = false;
     quint64 started_ = 0;
+    // The running script's process (its own process group), 0 when none.
+    qint64 scriptPid_ = 0;
+    QByteArray currentSummary_;
 };
 
 // The message of the shell error table for an errno (also used for the

@@ -36,6 +36,7 @@ void queueTest(const EmailTestContext &c, EmailQueue &queue, const MailCommand &
                const QByteArray &recipients)
 {
     ScriptMail mail;
+    mail.summary = "e-mail settings test";
     mail.command = command;
     mail.command.subject = "TEST -- " + command.subject;
     mail.body = body;

@@ -60,8 +60,7 @@ void SendProbeAlertEmail(DeviceStore &app, EmailQueue &queue, int slot, int prob
     const ProbeRecord &p = *probe;
     const std::int64_t now = app.clock().now();
     app.status().set(QStringLiteral("Status: sending alert email for %1:%2 (probe %3)...")
-                      .arg(QString::fromUtf8(d.DeviceName.bytes()), QString::fromUtf8(p.ProbeName.bytes()))
-                      .arg(p.ProbeNumber));
+                         .arg(d.DeviceName.str(), p.ProbeName.str(), QString::number(p.ProbeNumber)));
     const ErrorLine error(app, slot, probeIndex, d.LogQueryFailures != 0);
 
     MailCommand command = mailCommandFor(app);
@@ -106,6 +105,8 @@ void SendProbeAlertEmail(DeviceStore &app, EmailQueue &queue, int slot, int prob
     command.subject = ExpandEmailVariables(subjectTemplate(p), values);
 
     EmailJob job;
+    job.summary = "device " + QByteArray::number(slot) + ", probe " + QByteArray::number(probeIndex + 1) +
+                  ", subject \"" + command.subject + '"';
     job.body = body;
     job.scriptName = "alarm_email.sh";
     job.script = "#!/bin/sh\n\n";

@@ -14,6 +14,7 @@ void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot)
         app.status().report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
     };
     ScriptMail mail;
+    mail.summary = "device " + QByteArray::number(slot) + ", query failure";
     mail.command = mailCommandFor(app);
     mail.command.server = d->SMTPServerName.bytes();
     mail.command.port = d->SMTPServerPort;

@@ -9,6 +9,7 @@ void queueScriptMail(EmailQueue &queue, ScriptMail mail)
 {
     auto fault = mail.fault;
     EmailJob job;
+    job.summary = mail.summary + ", subject \"" + mail.command.subject + '"';
     job.body = mail.body;
     job.scriptName = "email_test.sh";
     job.showOutput = true;

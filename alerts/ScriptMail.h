@@ -14,6 +14,8 @@ namespace cz {
 class EmailQueue;
 
 struct ScriptMail {
+    // What the mail is about, for the error log.
+    QByteArray summary;
     MailCommand command;
     QByteArray body;
     QByteArray recipientField;

@@ -26,7 +26,7 @@ void postBack(const QPointer<QObject> &context, std::function<void()> call)
         Qt::QueuedConnection);
 }
 
-int spawnDetached(const SpawnRequest &request, QObject *context, std::function<void()> exited)
+int spawnDetached(const SpawnRequest &request, QObject *context, std::function<void()> exited, pid_t *started)
 {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -56,6 +56,8 @@ int spawnDetached(const SpawnRequest &request, QObject *context, std::function<v
     posix_spawnattr_destroy(&attributes);
     if (error != 0)
         return error;
+    if (started)
+        *started = pid;
     QPointer<QObject> guard(context);
     std::thread([pid, guard, exited = std::move(exited)] {
         int status = 0;

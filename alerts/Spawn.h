@@ -8,6 +8,7 @@
 #include <QPointer>
 
 #include <functional>
+#include <sys/types.h>
 
 namespace cz {
 
@@ -22,10 +23,11 @@ struct SpawnRequest {
 // `context` is gone by then.
 void postBack(const QPointer<QObject> &context, std::function<void()> call);
 
-// Starts the program without waiting for it. Returns 0, or the errno that
-// kept it from starting. `exited`, if given, is called on the thread of
-// `context` once the program has ended.
+// Starts the program, in a process group of its own, without waiting for
+// it. Returns 0, or the errno that kept it from starting. `exited`, if
+// given, is called on the thread of `context` once the program has ended;
+// `pid`, if given, receives its process id.
 int spawnDetached(const SpawnRequest &request, QObject *context = nullptr,
-                  std::function<void()> exited = {});
+                  std::function<void()> exited = {}, pid_t *pid = nullptr);
 
 } // namespace cz

@@ -65,6 +65,10 @@ void CCorvantaApp::shutDown(int mailWaitMs)
     cycle_.stop();
     store_.writeProgramSettings();
     store_.writeAllDeviceFiles();
+    // Alerts raised before the close still go out.
+    if (!alerts_.emailQueue().idle())
+        status_.set(QStringLiteral("Status: sending the remaining alert email..."));
+    alerts_.emailQueue().drain(mailWaitMs);
     store_.logToAllDevices("Corvanta Zephtra program shutting down.");
     status_.set(QStringLiteral("Status: shutting down..."));
 }

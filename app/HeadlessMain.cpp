@@ -30,15 +30,13 @@ void printLoaded(const cz::DeviceStore &state)
         int enabled = 0;
         for (int i = 0; i < d.probeSlots(); ++i)
             enabled += d.probe(i) && d.probe(i)->ProbeEnabled ? 1 : 0;
+        // One pass over the pattern: a "%1" in a name stays as typed.
         out << QStringLiteral("  %1. %2 (%3) at %4:%5, %6 probes (%7 enabled), every %8 s, logging %9\n")
-                   .arg(slot + 1)
-                   .arg(d.DeviceName.str(), d.DeviceModel.empty() ? QStringLiteral("no model") : d.DeviceModel.str(),
-                        d.DeviceAddress.str())
-                   .arg(d.DevicePort)
-                   .arg(d.ProbeCount)
-                   .arg(enabled)
-                   .arg(d.QueryInterval)
-                   .arg(d.LoggingEnabled ? "on" : "off");
+                   .arg(QString::number(slot + 1), d.DeviceName.str(),
+                        d.DeviceModel.empty() ? QStringLiteral("no model") : d.DeviceModel.str(),
+                        d.DeviceAddress.str(), QString::number(d.DevicePort), QString::number(d.ProbeCount),
+                        QString::number(enabled), QString::number(d.QueryInterval),
+                        d.LoggingEnabled ? QStringLiteral("on") : QStringLiteral("off"));
     }
     out.flush();
 }

@@ -46,12 +46,13 @@ std::int64_t parseInteger(const QByteArray &text)
     std::uint64_t magnitude = 0;
     const std::uint64_t limit = std::uint64_t(std::numeric_limits<std::int64_t>::max()) + (negative ? 1 : 0);
     for (; *p >= '0' && *p <= '9'; ++p) {
-        magnitude = magnitude * 10 + std::uint64_t(*p - '0');
-        if (magnitude >= limit) {
+        const auto digit = std::uint64_t(*p - '0');
+        // Checked before the step, which could wrap past 2^64 otherwise.
+        if (magnitude > (limit - digit) / 10) {
             magnitude = limit;
-            while (p[1] >= '0' && p[1] <= '9')
-                ++p;
+            break;
         }
+        magnitude = magnitude * 10 + digit;
     }
     if (negative)
         return magnitude == limit ? std::numeric_limits<std::int64_t>::min() : -std::int64_t(magnitude);

@@ -1,6 +1,7 @@
 #include "DeviceStore.h"
 
 #include "DeviceFile.h"
+#include "FileWrite.h"
 #include "IniFile.h"
 #include "ProbeLog.h"
 
@@ -52,6 +53,8 @@ void DeviceStore::readProgramSettings()
     deviceCount_ = 0;
 
     checkFolder(folder_.root, "common dir");
+    removeInterruptedSaves(folder_.root);
+    removeInterruptedSaves(folder_.devices());
     IniFile ini;
     ini.load(QFile::decodeName(folder_.settingsFile()));
     settings.read(ini);
@@ -193,7 +196,8 @@ bool DeviceStore::saveDeviceFile(int slot, bool writeAll, bool announceNewDevice
     const std::vector<WrittenKey> written = putDeviceKeys(ini, *device, writeAll);
     if (!written.empty() || created) {
         QString error;
-        if (!ini.save(path, &error)) {
+        // A device file can hold passwords.
+        if (!ini.save(path, &error, kPrivateFileMode)) {
             status_.report(MessageIcon::Error,
                    created ? QStringLiteral("Error opening device initialization file.\n")
                            : QStringLiteral("The device file \"%1\" could not be saved: %2").arg(path, error));

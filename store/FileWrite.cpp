@@ -4,11 +4,45 @@
 
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace cz {
+
+namespace {
+
+// ".<name>.czsave-XXXXXX" beside the file being saved: hidden, and a name no
+// operator's file has, so that only these are cleaned up after a crash.
+constexpr char kTempMarker[] = ".czsave-";
+constexpr int kTempRandomLength = 6;
+
+QByteArray tempTemplate(const QByteArray &target)
+{
+    const qsizetype slash = target.lastIndexOf('/');
+    return target.left(slash + 1) + '.' + target.mid(slash + 1) + kTempMarker + "XXXXXX";
+}
+
+bool isInterruptedSave(const QByteArray &name)
+{
+    const qsizetype marker = name.lastIndexOf(kTempMarker);
+    return name.startsWith('.') && marker > 1 &&
+           name.size() == marker + qsizetype(sizeof kTempMarker - 1) + kTempRandomLength;
+}
+
+void syncFolderOf(const QByteArray &path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    const QByteArray folder = slash > 0 ? path.left(slash) : QByteArray(slash == 0 ? "/" : ".");
+    const int fd = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+}
+
+} // namespace
 
 int writeFully(int fd, const QByteArray &bytes)
 {
@@ -26,36 +60,54 @@ int writeFully(int fd, const QByteArray &bytes)
     return 0;
 }
 
-bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error)
+bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error, mode_t newFileMode)
 {
-    auto fail = [error](const QString &what) {
+    auto fail = [error](int e) {
         if (error)
-            *error = what;
+            *error = QString::fromLocal8Bit(std::strerror(e));
         return false;
     };
     const QByteArray target = QFile::encodeName(path);
-    QByteArray temp = target + ".XXXXXX";
+    struct stat existing {};
+    const mode_t mode = ::stat(target.constData(), &existing) == 0 ? (existing.st_mode & 07777) : newFileMode;
+    QByteArray temp = tempTemplate(target);
     const int fd = ::mkstemp(temp.data());
     if (fd < 0)
-        return fail(QString::fromLocal8Bit(std::strerror(errno)));
-    if (const int e = writeFully(fd, bytes)) {
-        ::close(fd);
+        return fail(errno);
+    int e = writeFully(fd, bytes);
+    if (!e && ::fchmod(fd, mode) != 0)
+        e = errno;
+    if (!e && ::fsync(fd) != 0)
+        e = errno;
+    if (::close(fd) != 0 && !e)
+        e = errno;
+    if (!e && ::rename(temp.constData(), target.constData()) != 0)
+        e = errno;
+    if (e) {
         ::unlink(temp.constData());
-        return fail(QString::fromLocal8Bit(std::strerror(e)));
+        return fail(e);
     }
-    ::fchmod(fd, 0644);
-    const int synced = ::fsync(fd) == 0 ? 0 : errno;
-    const int closed = ::close(fd) == 0 ? 0 : errno;
-    if (synced || closed) {
-        ::unlink(temp.constData());
-        return fail(QString::fromLocal8Bit(std::strerror(synced ? synced : closed)));
-    }
-    if (::rename(temp.constData(), target.constData()) != 0) {
-        const int e = errno;
-        ::unlink(temp.constData());
-        return fail(QString::fromLocal8Bit(std::strerror(e)));
-    }
+    syncFolderOf(target);
     return true;
+}
+
+int removeInterruptedSaves(const QByteArray &folder)
+{
+    DIR *dir = ::opendir(folder.constData());
+    if (!dir)
+        return 0;
+    int removed = 0;
+    while (const dirent *entry = ::readdir(dir)) {
+        const QByteArray name(entry->d_name);
+        if (!isInterruptedSave(name))
+            continue;
+        const QByteArray path = folder + '/' + name;
+        struct stat st {};
+        if (::lstat(path.constData(), &st) == 0 && S_ISREG(st.st_mode) && ::unlink(path.constData()) == 0)
+            ++removed;
+    }
+    ::closedir(dir);
+    return removed;
 }
 
 } // namespace cz

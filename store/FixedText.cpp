@@ -17,4 +17,19 @@ std::size_t fitUtf8(std::string_view text, std::size_t maxBytes)
     return cut;
 }
 
+void blankControlCharacters(char *text, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c < 0x20 || c == 0x7F)
+            text[i] = ' ';
+    }
+}
+
+QByteArray withoutControlCharacters(QByteArray text)
+{
+    blankControlCharacters(text.data(), std::size_t(text.size()));
+    return text;
+}
+
 } // namespace cz

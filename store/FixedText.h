@@ -14,8 +14,15 @@ namespace cz {
 // splitting a UTF-8 sequence, and that stops at the first NUL byte.
 std::size_t fitUtf8(std::string_view text, std::size_t maxBytes);
 
+// Replaces CR, LF, tab and every other control character in `text` by a
+// blank, so that a name or text from a device or an operator cannot start a
+// new line in an INI file, a log or a script.
+void blankControlCharacters(char *text, std::size_t size);
+QByteArray withoutControlCharacters(QByteArray text);
+
 // A NUL-terminated byte string of at most Capacity - 1 bytes, stored inline
-// so that a record stays one flat, copyable block.
+// so that a record stays one flat, copyable block. Control characters are
+// stored as blanks.
 template <std::size_t Capacity>
 class FixedText {
 public:
@@ -29,6 +36,7 @@ public:
         const std::size_t n = fitUtf8(text, Capacity - 1);
         std::memcpy(buf_, text.data(), n);
         std::memset(buf_ + n, 0, Capacity - n);
+        blankControlCharacters(buf_, n);
     }
     void assign(const QByteArray &text) { assign(std::string_view(text.constData(), std::size_t(text.size()))); }
     void assign(const QString &text) { assign(text.toUtf8()); }

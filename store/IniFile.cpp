@@ -167,9 +167,9 @@ QByteArray IniFile::text() const
     return out;
 }
 
-bool IniFile::save(const QString &path, QString *error) const
+bool IniFile::save(const QString &path, QString *error, mode_t newFileMode) const
 {
-    return writeFileAtomically(path, text(), error);
+    return writeFileAtomically(path, text(), error, newFileMode);
 }
 
 const IniFile::Section *IniFile::find(const QByteArray &section) const
@@ -253,8 +253,9 @@ int IniFile::insertionPoint(const Section &section, bool beforeNextHeader)
 
 void IniFile::setValue(const QByteArray &section, const QByteArray &key, const QByteArray &value)
 {
-    Section &s = findOrAppend(section);
-    const QByteArray line = key.trimmed() + '=' + value;
+    Section &s = findOrAppend(withoutControlCharacters(section));
+    // One key, one line, whatever the value holds.
+    const QByteArray line = withoutControlCharacters(key.trimmed() + '=' + value);
     const QByteArray lowerKey = lookupName(key);
     const auto it = s.keys.constFind(lowerKey);
     if (it != s.keys.cend()) {

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <sys/types.h>
 #include <utility>
 #include <vector>
 
@@ -29,7 +30,8 @@ public:
     QByteArray text() const;
     // Writes the whole text once, atomically. On failure the old file stays
     // whole and `error` says why.
-    bool save(const QString &path, QString *error = nullptr) const;
+    // A new file gets `newFileMode`; an existing one keeps its mode.
+    bool save(const QString &path, QString *error = nullptr, mode_t newFileMode = 0644) const;
 
     std::optional<QByteArray> value(const QByteArray &section, const QByteArray &key) const;
     // The value cut to capacity - 1 bytes, or `fallback` when the key is absent.

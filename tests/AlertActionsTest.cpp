@@ -97,6 +97,7 @@ TEST(EmailSettingsTest, SendsATestToEachRecipientPausingAfterEach)
     ActionFixture f;
     EmailQueue queue(f.store());
     ScriptConsole console;
+    QObject::connect(&console, &ScriptConsole::finished, &queue, &EmailQueue::currentScriptEnded);
     QByteArray shown;
     QObject::connect(&console, &ScriptConsole::output, [&](const QByteArray &text) { shown += text; });
     QStringList faults;

@@ -204,7 +204,6 @@ TEST(AlertEmail, AQueryFailureMailsTheDevicesOwnSettingsAndCleansUp)
 {
     SmtpServer server;
     AlertFixture f;
-    f.alerts.emailQueue().setSpacing(300);
     DeviceRecord &d = addDevice(f.store(), "Lab", "Model R4", 1, {T});
     f.alerts.sendQueryFailureEmail(0); // off: nothing at all
     EXPECT_TRUE(f.queueDone());

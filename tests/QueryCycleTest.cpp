@@ -340,6 +340,7 @@ TEST(DeviceQuery, ASlowDeviceIsNotAskedAgainWhileItsQueryRuns)
     CycleFixture f;
     f.addSimulated(simDevice("Model R4", {70}), {T}).QueryInterval = 1;
     f.sim.setFault(0, Fault::Slow, 300);
+    f.session.setTimeouts(1000, 3000, 5000); // one attempt per query, however loaded the machine
     int ticksInFlight = 0;
     for (int i = 0; i < 10; ++i) {
         ticksInFlight += f.cycle.queriesInFlight();

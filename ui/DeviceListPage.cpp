@@ -56,9 +56,11 @@ DeviceListPage::DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *pa
     connect(list_, &ProbeListView::clickedAt, this, &DeviceListPage::updateButtonsAfterClick);
     connect(list_, &ProbeListView::probeActivated, this,
             [this](const ProbeRecord *p) { statusWindows_->open(*p); });
-    // After the slots behind the removed one have moved down.
+    // The list lets go of a device's probes before they are freed, and is
+    // rebuilt once the slots behind it have moved down.
+    connect(&app_, &DeviceStore::deviceAboutToBeRemoved, model_, &ProbeTableModel::removeDeviceRows);
+    connect(&app_, &DeviceStore::deviceAboutToBeRemoved, statusWindows_, &ProbeStatusWindows::closeAll);
     connect(&app_, &DeviceStore::deviceRemoved, this, &DeviceListPage::rebuild, Qt::QueuedConnection);
-    connect(&app_, &DeviceStore::deviceRemoved, statusWindows_, &ProbeStatusWindows::closeAll);
     rebuild();
 }
 

@@ -64,6 +64,17 @@ void ProbeTableModel::showDisabledProbes(bool show)
     }
 }
 
+void ProbeTableModel::removeDeviceRows(int slot)
+{
+    for (int row = int(rows_.size()) - 1; row >= 0; --row) {
+        if (rows_[row]->DeviceNumber == slot) {
+            beginRemoveRows({}, row, row);
+            rows_.removeAt(row);
+            endRemoveRows();
+        }
+    }
+}
+
 void ProbeTableModel::refresh()
 {
     const int columns = int(kinds_.size());

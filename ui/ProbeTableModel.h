@@ -23,6 +23,8 @@ public:
     // Announces the cells whose records changed since the last refresh
     // (the shown-change masks), and clears those masks.
     void refresh();
+    // The rows of the device in `slot`, removed before its records go.
+    void removeDeviceRows(int slot);
     // Disabled probes: appended at the end, or every such row removed.
     void showDisabledProbes(bool show);
 

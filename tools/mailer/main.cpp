@@ -62,6 +62,9 @@ bool parseArguments(int argc, char **argv, Options &o, std::string &error)
             if (++i >= argc)
                 return error = arg + " needs a value", false;
             o.*valued.at(key) = argv[i];
+            // Others may read our command line (ps): the password leaves it.
+            if (key == "-pw")
+                std::memset(argv[i], 0, std::strlen(argv[i]));
         } else if (key == "-port") {
             if (++i >= argc)
                 return error = "-port needs a value", false;
@@ -104,9 +107,23 @@ std::size_t readUpload(char *buffer, std::size_t size, std::size_t count, void *
     return n;
 }
 
+// What we said, with the secrets of a login left out: the AUTH command keeps
+// its mechanism only, and every line sent until the server accepts or
+// refuses the login (235 or 4xx/5xx) is hidden.
+std::string shownOutgoing(const std::string &line, bool &inLogin)
+{
+    if (lower(line.substr(0, 5)) == "auth ") {
+        inLogin = true;
+        const std::size_t end = line.find(' ', 5);
+        return end == std::string::npos ? line : line.substr(0, end) + " (hidden)";
+    }
+    return inLogin ? "(hidden)" : line;
+}
+
 // The SMTP conversation for -debug: what the server said, what we said.
 int printConversation(CURL *, curl_infotype type, char *data, std::size_t size, void *)
 {
+    static bool inLogin = false;
     const char *mark = type == CURLINFO_HEADER_IN ? "< " : type == CURLINFO_HEADER_OUT ? "> "
                      : type == CURLINFO_TEXT      ? "* " : nullptr;
     if (!mark)
@@ -117,6 +134,10 @@ int printConversation(CURL *, curl_infotype type, char *data, std::size_t size, 
     while (std::getline(lines, line)) {
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
+        if (type == CURLINFO_HEADER_OUT)
+            line = shownOutgoing(line, inLogin);
+        else if (type == CURLINFO_HEADER_IN && inLogin && !line.empty() && line[0] != '3')
+            inLogin = false;
         std::printf("%s%s\n", mark, line.c_str());
     }
     std::fflush(stdout);
