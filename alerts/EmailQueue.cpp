@@ -78,7 +78,7 @@ void EmailQueue::waited()
         // Past its limit: the whole group (the shell and its mailer) goes.
         ::kill(-pid_t(scriptPid_), SIGKILL);
         logEmailError("Mail script for " + currentSummary_ + " was stopped after " +
-                      QByteArray::number(scriptLimitMs_ / 1000) + " s.\r\n");
+                      QByteArray::number(scriptLimitMs_ / 1000.0) + " s.\r\n");
     }
     finishCurrent();
 }

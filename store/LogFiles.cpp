@@ -17,7 +17,11 @@ void appendToFile(const QByteArray &path, const QByteArray &bytes)
     const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
     if (fd < 0)
         return;
-    writeFully(fd, bytes);
+    // On a full disk an entry may go in part: take it back, so the file
+    // holds whole lines only.
+    const off_t size = ::lseek(fd, 0, SEEK_END);
+    if (writeFully(fd, bytes) != 0 && size >= 0)
+        (void)::ftruncate(fd, size);
     ::close(fd);
 }
 

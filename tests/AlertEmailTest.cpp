@@ -8,10 +8,16 @@
 #include "QueryCycle.h"
 #include "SoundPlayer.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QJsonArray>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 using namespace cz;
 using namespace cz::test;
@@ -229,4 +235,101 @@ TEST(AlertEmail, AQueryFailureMailsTheDevicesOwnSettingsAndCleansUp)
     EXPECT_TRUE(waitUntil([&] { return !exists(f.path("email_body.tmp")); }, 5000));
     EXPECT_FALSE(exists(f.path("email_recipients.tmp")));
     EXPECT_TRUE(exists(f.path("email_test.sh")));
+}
+
+// A mail server that takes connections and never answers keeps each
+// mailer, and so its script, waiting.
+TEST(AlertEmail, TheNextMailWaitsForTheScriptBeforeAndAStuckScriptIsStoppedAndLogged)
+{
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    QList<QTcpSocket *> held;
+    QObject::connect(&silent, &QTcpServer::newConnection, [&] { held << silent.nextPendingConnection(); });
+    SmtpServer server;
+    AlertFixture f;
+    f.alerts.emailQueue().setScriptLimit(1500);
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95.5, 96.5}, "Lab"), {T, T});
+    d.QueryInterval = 5;
+    f.mailingProbe(d, silent.serverPort());
+    ProbeRecord &second = *d.probe(1);
+    second = *d.probe(0);
+    second.ProbeNumber = 2;
+    second.ProbeName = "P2";
+    second.SMTPPort = server.port();
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+
+    // The first script hangs on the silent server: its body stays in place.
+    ASSERT_TRUE(waitUntil([&] { return !held.isEmpty(); }));
+    const QByteArray firstBody = f.file("email_body.tmp");
+    ASSERT_TRUE(firstBody.contains("P1")) << firstBody.constData();
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < 1000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    EXPECT_EQ(f.file("email_body.tmp"), firstBody);
+    EXPECT_TRUE(server.messages().isEmpty());
+
+    // Past its limit it is stopped and logged, and the next goes out.
+    const QList<QJsonObject> mail = server.waitForMessages(1);
+    ASSERT_EQ(mail.size(), 1);
+    EXPECT_EQ(mail[0]["subject"].toString(), "Corvanta High Alarm on Lab:P2");
+    EXPECT_TRUE(f.file("EmailErrors.log")
+                    .endsWith(": Mail script for device 0, probe 1, subject \"Corvanta High Alarm on Lab:P1\" was "
+                              "stopped after 1.5 s.\r\n"))
+        << f.file("EmailErrors.log").constData();
+    EXPECT_TRUE(f.queueDone());
+}
+
+TEST(AlertEmail, MailStillQueuedAtShutdownIsSentOrLoggedAsUnsent)
+{
+    SmtpServer server;
+    AlertFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95.5, 96.5, 97.5}, "Lab"), {T, T, T});
+    d.QueryInterval = 5;
+    f.mailingProbe(d, server.port());
+    for (int i = 1; i < 3; ++i) {
+        *d.probe(i) = *d.probe(0);
+        d.probe(i)->ProbeNumber = i + 1;
+        d.probe(i)->ProbeName = "P" + QByteArray::number(i + 1);
+    }
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+    // Three alerts wait; the shutdown sends them all before it goes on.
+    EXPECT_FALSE(f.alerts.emailQueue().idle());
+    EXPECT_EQ(f.alerts.emailQueue().drain(20000), 0);
+    EXPECT_EQ(server.messages().size(), 3);
+
+    // With no time left, what never started is logged, device, probe and subject.
+    f.clock.advance(5);
+    d.probe(0)->HighAlarmSent = d.probe(1)->HighAlarmSent = d.probe(2)->HighAlarmSent = 0;
+    f.tick();
+    EXPECT_EQ(f.alerts.emailQueue().drain(0), 2);
+    const QByteArray log = f.file("EmailErrors.log");
+    EXPECT_TRUE(log.contains(": Unsent at shutdown: device 0, probe 2, subject \"Corvanta High Alarm on Lab:P2\"\r\n"))
+        << log.constData();
+    EXPECT_TRUE(log.contains(": Unsent at shutdown: device 0, probe 3, subject \"Corvanta High Alarm on Lab:P3\"\r\n"));
+    EXPECT_TRUE(f.alerts.emailQueue().drain(20000) == 0);
+}
+
+TEST(AlertEmail, TheScriptAndTheWorkingFilesAreTheOwnersAlone)
+{
+    SmtpServer server;
+    AlertFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95.5}, "Lab"), {T});
+    d.QueryInterval = 5;
+    f.mailingProbe(d, server.port());
+    d.probe(0)->EmailSMTPUser = "alarm";
+    d.probe(0)->EmailSMTPPass = "s3cret";
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+    ASSERT_TRUE(f.queueDone());
+    for (const char *name : {"alarm_email.sh", "email_body.tmp", "email_recipients.tmp"}) {
+        struct stat st {};
+        ASSERT_EQ(::stat(f.path(name).constData(), &st), 0) << name;
+        EXPECT_EQ(st.st_mode & 0777, 0600u) << name;
+    }
 }

@@ -12,20 +12,7 @@ using namespace cz::test;
 
 namespace {
 
-const QString kProgram = QStringLiteral(CZ_BIN_DIR "/corvanta-zephtra");
-
-bool waitForOutput(QProcess &p, const QByteArray &text, QByteArray &seen)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!seen.contains(text) && t.elapsed() < 20000) {
-        p.waitForReadyRead(200);
-        seen += p.readAllStandardOutput();
-        if (p.state() == QProcess::NotRunning)
-            break;
-    }
-    return seen.contains(text);
-}
+const QString kProgram = programPath();
 
 } // namespace
 

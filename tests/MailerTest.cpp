@@ -5,6 +5,8 @@
 #include <QJsonArray>
 #include <QTemporaryDir>
 
+#include <QTcpServer>
+
 #include <gtest/gtest.h>
 
 using namespace cz::test;
@@ -63,10 +65,37 @@ TEST(Mailer, LogsInAndPrintsTheConversationWithDebug)
                                     QStringList{"-u", "alarm", "-pw", "s3cret", "-debug"});
     EXPECT_EQ(run.exitCode, 0) << run.err.constData();
     EXPECT_TRUE(run.out.contains("> AUTH PLAIN")) << run.out.constData();
+    EXPECT_TRUE(run.out.contains("> (hidden)\n")) << run.out.constData();
     EXPECT_TRUE(run.out.contains("< 235")) << run.out.constData();
+    // Neither the password nor the login's secret shows.
+    EXPECT_FALSE(run.out.contains("s3cret"));
+    EXPECT_FALSE(run.out.contains(QByteArray("\0alarm\0s3cret", 13).toBase64()));
+    EXPECT_FALSE(run.out.contains(QByteArray("s3cret").toBase64()));
+    EXPECT_TRUE(run.out.contains("> MAIL FROM:")) << run.out.constData();
     const QList<QJsonObject> mail = server.waitForMessages(1);
     ASSERT_EQ(mail.size(), 1);
     EXPECT_TRUE(mail[0]["login"].toBool());
+}
+
+TEST(Mailer, ItsPasswordLeavesTheProcessList)
+{
+    // A server that takes the connection and says nothing keeps the mailer
+    // waiting while its command line is read from outside.
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    MailerFixture f;
+    QProcess mailer;
+    mailer.start(binDir() + "/corvanta-mailer",
+                 QStringList{f.body("x"), "-server", "127.0.0.1", "-port", QString::number(silent.serverPort()), "-to",
+                             "ops@lab.example", "-mailfrom", "m@lab.example", "-s", "S", "-u", "alarm", "-pw",
+                             "s3cret-word"});
+    ASSERT_TRUE(mailer.waitForStarted());
+    ASSERT_TRUE(silent.waitForNewConnection(10000));
+    const QByteArray cmdline = readFile("/proc/" + QByteArray::number(mailer.processId()) + "/cmdline");
+    EXPECT_TRUE(cmdline.contains("alarm")) << cmdline.constData();
+    EXPECT_FALSE(cmdline.contains("s3cret")) << cmdline.constData();
+    mailer.kill();
+    mailer.waitForFinished();
 }
 
 TEST(Mailer, EachFailureGivesOneLineAndItsOwnExitStatus)

@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 
@@ -49,6 +50,24 @@ DeviceStore &DataFolderFixture::restart()
 {
     store_ = std::make_unique<DeviceStore>(DataFolder{root()}, clock, log, status);
     return *store_;
+}
+
+QString programPath()
+{
+    return QStringLiteral(CZ_BIN_DIR "/corvanta-zephtra");
+}
+
+bool waitForOutput(QProcess &p, const QByteArray &text, QByteArray &seen)
+{
+    QElapsedTimer t;
+    t.start();
+    while (!seen.contains(text) && t.elapsed() < 20000) {
+        p.waitForReadyRead(200);
+        seen += p.readAllStandardOutput();
+        if (p.state() == QProcess::NotRunning)
+            break;
+    }
+    return seen.contains(text);
 }
 
 FileSizeLimit::FileSizeLimit(long bytes)

@@ -5,6 +5,7 @@
 #include "ProbeLog.h"
 
 #include <QByteArray>
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -52,6 +53,11 @@ public:
 private:
     std::unique_ptr<DeviceStore> store_;
 };
+
+// The program in the build folder, and its standard output read until
+// `text` shows (20 s at most, or until it ends).
+QString programPath();
+bool waitForOutput(QProcess &p, const QByteArray &text, QByteArray &seen);
 
 // Makes every write past `bytes` fail as on a full disk while alive.
 class FileSizeLimit {

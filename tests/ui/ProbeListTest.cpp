@@ -231,9 +231,13 @@ TEST(ProbeList, DeletingNeedsOneDeviceAndAYes)
               "This will permanently delete the device named\n\"Attic\" and all of its probe data.\n\nAre you sure?");
     EXPECT_EQ(f.store().deviceCount(), 2);
     f.prompter.answers = {true};
+    page.show();
     page.deleteSelectedDevice();
     EXPECT_EQ(f.store().deviceCount(), 1);
     EXPECT_FALSE(exists(f.store().folder().deviceFile("Attic")));
+    // The rows went with the records, before anything could paint them.
+    EXPECT_EQ(page.model().rowCount(), 4);
+    page.repaint();
     QCoreApplication::processEvents(); // the list is rebuilt once the slots have moved
     EXPECT_EQ(f.column(page, "Device Name"), QStringList(4, "Lab"));
 }
