@@ -61,6 +61,10 @@ void CCorvantaApp::startMonitoring()
 
 void CCorvantaApp::shutDown(int mailWaitMs)
 {
+    // Sending the last mail lets events run: a second signal changes nothing.
+    if (shutDownStarted_)
+        return;
+    shutDownStarted_ = true;
     status_.ShuttingDown = 1;
     cycle_.stop();
     store_.writeProgramSettings();

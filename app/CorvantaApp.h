@@ -55,6 +55,7 @@ private:
     AlertDispatcher alerts_;
     AlarmEvaluation evaluation_;
     QueryCycle cycle_;
+    bool shutDownStarted_ = false;
 };
 
 } // namespace cz

@@ -314,15 +314,17 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
     DeviceRecord *live = deviceForUpdate(slot);
     if (!live)
         return false;
+    // What monitoring keeps up to date, and the name (renameDevice changes
+    // it), stay as the live record has them; the rest is compared and taken.
     DeviceRecord copy;
     copyDeviceRecord(&copy, edited);
-    markEditedKeys(*live, copy);
     copy.DeviceName = live->DeviceName;
     copy.LastContactTimeVal = live->LastContactTimeVal;
     copy.QueryFailureCount = live->QueryFailureCount;
     copy.QueryDue = live->QueryDue;
     copy.NextSampleTime = live->NextSampleTime;
     copy.Times = live->Times;
+    markEditedKeys(*live, copy);
     copy.ChangedKeys |= live->ChangedKeys;
     copy.ShownChanges = live->ShownChanges | copy.ChangedKeys;
     // The probes stay where they are: the list and the engine hold them.
@@ -338,9 +340,9 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
             continue;
         ProbeRecord updated;
         copyProbeRecord(&updated, *e);
-        markEditedKeys(*p, updated);
         keepRunState(updated, *p);
         updated.DeviceNumber = slot;
+        markEditedKeys(*p, updated);
         updated.ChangedKeys |= p->ChangedKeys;
         updated.ShownChanges |= updated.ChangedKeys;
         copyProbeRecord(p, updated);

@@ -144,6 +144,53 @@ TEST(DeviceFile, OnlyChangedKeysAreSavedAndEachIsLoggedToEnabledProbes)
     EXPECT_TRUE(f.log.lines.empty());
 }
 
+// A window edits a copy made a while ago; monitoring went on meanwhile.
+TEST(DeviceFile, CommittingAnEditedCopyTakesItsSettingsAndKeepsWhatMonitoringLearnt)
+{
+    DataFolderFixture f;
+    DeviceStore &s = f.store();
+    const int slot = addDevice(s, "Lab", 2);
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    DeviceRecord &live = *s.deviceForUpdate(slot);
+    live.ChangedKeys = 0;
+    f.log.lines.clear();
+
+    DeviceRecord edited;
+    copyDeviceRecord(&edited, live);
+    for (int i = 0; i < 2; ++i) {
+        edited.Probes[std::size_t(i)] = std::make_unique<ProbeRecord>();
+        copyProbeRecord(edited.probe(i), *live.probe(i));
+    }
+    edited.QueryInterval = 60;
+    edited.DeviceName = "Renamed elsewhere";
+    edited.probe(1)->HighAlarmTemp = 99;
+
+    // Readings that came in while the window was open.
+    live.LastContactTimeVal = 1794661500;
+    live.probe(1)->CurrentTemp = 91.5;
+    live.probe(1)->AlarmState = AlarmState::HighAlarm;
+    live.probe(1)->Values.append(91.5);
+    const ProbeRecord *probeBefore = live.probe(1);
+
+    QList<int> changed;
+    QObject::connect(&s, &DeviceStore::deviceChanged, [&](int slot) { changed << slot; });
+    ASSERT_TRUE(s.commitDevice(slot, edited));
+    EXPECT_EQ(changed, QList<int>{slot});
+    EXPECT_EQ(live.QueryInterval, 60);
+    EXPECT_EQ(live.DeviceName.bytes(), "Lab");
+    EXPECT_EQ(live.LastContactTimeVal, 1794661500);
+    EXPECT_EQ(live.probe(1), probeBefore); // the list's rows still point at it
+    EXPECT_EQ(live.probe(1)->HighAlarmTemp, 99.0);
+    EXPECT_EQ(live.probe(1)->CurrentTemp, 91.5);
+    EXPECT_EQ(live.probe(1)->AlarmState, AlarmState::HighAlarm);
+    EXPECT_EQ(live.probe(1)->Values.newest(), 91.5f);
+    const QByteArray file = readFile(f.path("Devices/Lab.ini"));
+    EXPECT_TRUE(file.contains("QueryInterval=60\r\n"));
+    EXPECT_TRUE(file.contains("HighAlarmTemp=99.00\r\n"));
+    EXPECT_EQ(f.log.messagesFor(live.probe(1)->LogFile.bytes()),
+              (QList<QByteArray>{"QueryInterval saved as \"60\"", "HighAlarmTemp saved as \"99.00\""}));
+}
+
 TEST(DeviceFile, TemperaturesWithoutAReadingAreNotWritten)
 {
     DataFolderFixture f;

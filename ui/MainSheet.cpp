@@ -147,6 +147,12 @@ void MainSheet::openHelp()
 
 void MainSheet::closeEvent(QCloseEvent *event)
 {
+    // The save sends the mail still queued and lets events run meanwhile:
+    // a second close (a signal, a click) waits for the first.
+    if (saving_) {
+        event->ignore();
+        return;
+    }
     if (!app_.status().ShuttingDown) {
         if (!prompter_.ask(this, QStringLiteral("Close the program and stop monitoring devices?"))) {
             event->ignore();
@@ -154,6 +160,8 @@ void MainSheet::closeEvent(QCloseEvent *event)
         }
         app_.status().ShuttingDown = 1;
     }
+    saving_ = true;
+    setEnabled(false);
     QApplication::setOverrideCursor(Qt::WaitCursor);
     QDialog notice(this);
     notice.setWindowTitle(QStringLiteral("Saving Data..."));

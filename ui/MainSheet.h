@@ -47,6 +47,7 @@ private:
     DeviceListPage *deviceList_;
     QLabel *status_;
     bool refreshPending_ = false;
+    bool saving_ = false;
 };
 
 } // namespace cz
