@@ -53,7 +53,10 @@ DeviceListPage::DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *pa
     connect(programButton, &QPushButton::clicked, this,
             [this] { notAvailable(QStringLiteral("The program configuration")); });
     connect(aboutButton, &QPushButton::clicked, this, &DeviceListPage::showAbout);
-    connect(list_, &ProbeListView::clickedAt, this, &DeviceListPage::updateButtonsAfterClick);
+    // The buttons follow the selection however it is made: mouse, keyboard
+    // or screen reader.
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &DeviceListPage::updateSelectionButtons);
     connect(list_, &ProbeListView::probeActivated, this,
             [this](const ProbeRecord *p) { statusWindows_->open(*p); });
     // The list lets go of a device's probes before they are freed, and is
@@ -106,10 +109,10 @@ void DeviceListPage::updateShowHideButton()
                                                              : QStringLiteral("Show Disabled Probes"));
 }
 
-void DeviceListPage::updateButtonsAfterClick(bool onRow)
+void DeviceListPage::updateSelectionButtons()
 {
     const QList<const ProbeRecord *> selected = list_->selectedProbes();
-    if (!onRow || selected.isEmpty()) {
+    if (selected.isEmpty()) {
         for (QPushButton *b : {enableButton, disableButton, deleteButton, configureButton})
             b->setEnabled(false);
         return;

@@ -43,7 +43,7 @@ protected:
 private:
     // The one device the selection lies in, or -1 after saying why not.
     int selectedDevice(const QString &manyDevicesText);
-    void updateButtonsAfterClick(bool onRow);
+    void updateSelectionButtons();
     void updateShowHideButton();
     void notAvailable(const QString &what);
 

@@ -51,7 +51,7 @@ ProbeListView::ProbeListView(DeviceStore &app, ProbeTableModel &model, QWidget *
                 horizontalHeader()->moveSection(horizontalHeader()->visualIndex(logical), hiddenInFront);
             }, Qt::QueuedConnection);
     });
-    connect(this, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex &index) {
+    connect(this, &QAbstractItemView::activated, this, [this](const QModelIndex &index) {
         if (const ProbeRecord *p = model_.probeAt(proxy_.mapToSource(index).row()))
             emit probeActivated(p);
     });
@@ -170,12 +170,6 @@ void ProbeListView::keyPressEvent(QKeyEvent *event)
         return;
     }
     QTableView::keyPressEvent(event);
-}
-
-void ProbeListView::mousePressEvent(QMouseEvent *event)
-{
-    QTableView::mousePressEvent(event);
-    emit clickedAt(indexAt(event->position().toPoint()).isValid());
 }
 
 } // namespace cz

@@ -38,13 +38,11 @@ public:
     TextSortProxy &proxy() { return proxy_; }
 
 signals:
-    // A row was double-clicked (its probe), or a click changed the selection.
+    // A row was activated (double-click or Enter): its probe.
     void probeActivated(const struct ProbeRecord *probe);
-    void clickedAt(bool onRow);
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
-    void mousePressEvent(QMouseEvent *event) override;
 
 private:
     void headerMenu(const QPoint &at);

@@ -263,3 +263,29 @@ TEST(ProbeList, StatusWindowsAreRaisedWhenOpenAndLimitedTo128)
     EXPECT_EQ(f.prompter.told, QStringList{"Too many probe status windows open."});
     windows.closeAll();
 }
+
+// Operators who use the keyboard or a screen reader: the buttons follow the
+// selection however it is made, and Enter opens a probe's status window.
+TEST(ProbeList, TheKeyboardSelectsRowsEnablesTheButtonsAndOpensStatusWindows)
+{
+    ListFixture f;
+    DeviceListPage page(f.store(), f.prompter);
+    page.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&page));
+    EXPECT_FALSE(page.deleteButton->isEnabled());
+    page.list().setFocus();
+    page.list().setCurrentIndex(page.list().model()->index(0, 0));
+    QTest::keyClick(&page.list(), Qt::Key_Down);
+    EXPECT_FALSE(page.list().selectedProbes().isEmpty());
+    EXPECT_TRUE(page.deleteButton->isEnabled());
+    EXPECT_TRUE(page.configureButton->isEnabled());
+    EXPECT_TRUE(page.disableButton->isEnabled());
+    EXPECT_FALSE(page.enableButton->isEnabled());
+
+    QTest::keyClick(&page.list(), Qt::Key_Return);
+    EXPECT_EQ(page.statusWindows().openCount(), 1);
+    page.statusWindows().closeAll();
+
+    page.list().clearSelection();
+    EXPECT_FALSE(page.deleteButton->isEnabled());
+}
