@@ -44,20 +44,25 @@ void syncFolderOf(const QByteArray &path)
 
 } // namespace
 
-int writeFully(int fd, const QByteArray &bytes)
+int writeFully(int fd, const QByteArray &bytes, qsizetype *written)
 {
     const char *p = bytes.constData();
     qsizetype left = bytes.size();
+    int error = 0;
     while (left > 0) {
         const ssize_t n = ::write(fd, p, std::size_t(left));
         if (n < 0 && errno == EINTR)
             continue;
-        if (n <= 0)
-            return n < 0 ? errno : ENOSPC;
+        if (n <= 0) {
+            error = n < 0 ? errno : ENOSPC;
+            break;
+        }
         p += n;
         left -= n;
     }
-    return 0;
+    if (written)
+        *written = bytes.size() - left;
+    return error;
 }
 
 bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error, mode_t newFileMode)

@@ -12,8 +12,9 @@ namespace cz {
 inline constexpr mode_t kPrivateFileMode = 0600;
 inline constexpr mode_t kPublicFileMode = 0644;
 
-// Writes all of `bytes` to `fd`; 0, or the errno of the failure.
-int writeFully(int fd, const QByteArray &bytes);
+// Writes all of `bytes` to `fd`; 0, or the errno of the failure, with
+// `written` (when given) the bytes that went in before it.
+int writeFully(int fd, const QByteArray &bytes, qsizetype *written = nullptr);
 
 // Writes `bytes` to `path` through a temporary file in the same folder,
 // flushed to disk before it replaces the old file, and the folder flushed

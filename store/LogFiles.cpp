@@ -19,9 +19,12 @@ void appendToFile(const QByteArray &path, const QByteArray &bytes)
         return;
     // On a full disk an entry may go in part: take it back, so the file
     // holds whole lines only.
-    const off_t size = ::lseek(fd, 0, SEEK_END);
-    if (writeFully(fd, bytes) != 0 && size >= 0)
-        (void)::ftruncate(fd, size);
+    qsizetype written = 0;
+    if (writeFully(fd, bytes, &written) != 0 && written > 0) {
+        const off_t end = ::lseek(fd, 0, SEEK_END);
+        if (end >= written)
+            (void)::ftruncate(fd, end - written);
+    }
     ::close(fd);
 }
 
