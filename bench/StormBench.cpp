@@ -158,7 +158,7 @@ int main(int argc, char **argv)
                 inOrder, drainS);
     if (!gaps.empty())
         std::printf("  time between mailer starts: %.0f ms shortest, %.0f ms median, %.0f ms longest (a job waits "
-                    "for the previous script to end, 3 s at most)\n",
+                    "for the previous script to end, 120 s at most)\n",
                     gaps.front(), gaps[gaps.size() / 2], gaps.back());
     return arrived() == expected && inOrder == expected ? 0 : 1;
 }
