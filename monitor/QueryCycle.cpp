@@ -9,7 +9,6 @@
 #include <QElapsedTimer>
 
 #include <cmath>
-#include <vector>
 
 namespace cz {
 
@@ -121,10 +120,7 @@ void QueryCycle::tick()
     // An error on the status line stays until a round without one.
     if (!store_.status().showsError())
         store_.status().set(QStringLiteral("Status: querying devices..."));
-    const quint64 round = nextRound_++;
-    rounds_[round].open = int(due.size());
-    for (DeviceRecord *d : due)
-        startQuery(*d, runs_[d], round);
+    startRound(due);
 }
 
 void QueryCycle::queryAddedDevice(int slot)
@@ -138,9 +134,15 @@ void QueryCycle::queryAddedDevice(int slot)
     if (run.fetchId)
         return;
     d->QueryDue = 1;
+    startRound({d});
+}
+
+void QueryCycle::startRound(const std::vector<DeviceRecord *> &devices)
+{
     const quint64 round = nextRound_++;
-    rounds_[round].open = 1;
-    startQuery(*d, run, round);
+    rounds_[round].open = int(devices.size());
+    for (DeviceRecord *d : devices)
+        startQuery(*d, runs_[d], round);
 }
 
 void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
@@ -166,10 +168,15 @@ void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
 void QueryCycle::arrived(const DeviceRecord *device, quint64 fetchId, const PageResult &result)
 {
     arrivals_.push_back(Arrival{device, fetchId, result});
-    if (!applyQueued_) {
-        applyQueued_ = true;
-        QMetaObject::invokeMethod(this, &QueryCycle::applyArrivals, Qt::QueuedConnection);
-    }
+    scheduleApply();
+}
+
+void QueryCycle::scheduleApply()
+{
+    if (applyQueued_)
+        return;
+    applyQueued_ = true;
+    QMetaObject::invokeMethod(this, &QueryCycle::applyArrivals, Qt::QueuedConnection);
 }
 
 void QueryCycle::applyArrivals()
@@ -182,8 +189,7 @@ void QueryCycle::applyArrivals()
         arrivals_.pop_front();
         apply(arrival);
         if (!arrivals_.empty() && slice.elapsed() >= kApplySliceMs) {
-            applyQueued_ = true;
-            QMetaObject::invokeMethod(this, &QueryCycle::applyArrivals, Qt::QueuedConnection);
+            scheduleApply();
             return;
         }
     }

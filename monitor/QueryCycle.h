@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <vector>
 
 namespace cz {
 
@@ -82,8 +83,10 @@ private:
         bool failed = false;
     };
 
+    void startRound(const std::vector<DeviceRecord *> &devices);
     void startQuery(DeviceRecord &device, DeviceRun &run, quint64 round);
     void arrived(const DeviceRecord *device, quint64 fetchId, const PageResult &result);
+    void scheduleApply();
     void applyArrivals();
     void apply(const Arrival &arrival);
     void queryFailed();

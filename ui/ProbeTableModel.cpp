@@ -55,19 +55,18 @@ void ProbeTableModel::showDisabledProbes(bool show)
         }
         return;
     }
-    for (int row = int(rows_.size()) - 1; row >= 0; --row) {
-        if (!rows_[row]->ProbeEnabled) {
-            beginRemoveRows({}, row, row);
-            rows_.removeAt(row);
-            endRemoveRows();
-        }
-    }
+    removeRowsWhere([](const ProbeRecord &p) { return !p.ProbeEnabled; });
 }
 
 void ProbeTableModel::removeDeviceRows(int slot)
 {
+    removeRowsWhere([slot](const ProbeRecord &p) { return p.DeviceNumber == slot; });
+}
+
+void ProbeTableModel::removeRowsWhere(const std::function<bool(const ProbeRecord &)> &remove)
+{
     for (int row = int(rows_.size()) - 1; row >= 0; --row) {
-        if (rows_[row]->DeviceNumber == slot) {
+        if (remove(*rows_[row])) {
             beginRemoveRows({}, row, row);
             rows_.removeAt(row);
             endRemoveRows();

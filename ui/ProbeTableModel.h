@@ -7,6 +7,8 @@
 #include <QAbstractTableModel>
 #include <QList>
 
+#include <functional>
+
 namespace cz {
 
 class DeviceStore;
@@ -40,6 +42,8 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
+    void removeRowsWhere(const std::function<bool(const ProbeRecord &)> &remove);
+
     DeviceStore &app_;
     QList<const ProbeRecord *> rows_;
     QList<int> entries_;   // column -> column table entry
