@@ -2,7 +2,10 @@
 // the engine's messages, and the saving close.
 #include "AppMain.h"
 
+#include "ConfigContext.h"
 #include "CorvantaApp.h"
+#include "FileChooser.h"
+#include "ScriptConsoleWindow.h"
 #include "DeviceListPage.h"
 #include "MainSheet.h"
 #include "Prompter.h"
@@ -35,7 +38,19 @@ int runWindow(const cz::CommandLine &cl)
     QApplication::setOverrideCursor(Qt::WaitCursor);
     app.startUp();
     cz::MessageBoxPrompter prompter;
-    cz::MainSheet sheet(app.store(), app.queryCycle(), prompter);
+    cz::DialogFileChooser files;
+    cz::ScriptConsoleWindow console;
+    QObject::connect(&console, &cz::ScriptConsoleWindow::scriptEnded, &app.alerts().emailQueue(),
+                     &cz::EmailQueue::currentScriptEnded);
+    const QByteArray dataFolder = app.store().folder().root;
+    cz::ConfigContext context{app.store(),
+                              prompter,
+                              files,
+                              app.alerts().emailQueue(),
+                              app.alerts().dialer(),
+                              sound,
+                              [&console, dataFolder](const QByteArray &script) { return console.run(script, dataFolder); }};
+    cz::MainSheet sheet(context, app.queryCycle());
     QObject::connect(&app.status(), &cz::ProgramStatus::message, &sheet,
                      [&](cz::MessageIcon icon, const QString &text) { prompter.tell(&sheet, icon, text); });
     sheet.shutDown = [&app] { app.shutDown(); };

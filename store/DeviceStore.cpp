@@ -163,11 +163,12 @@ bool DeviceStore::writeDevicesSection()
 
 bool DeviceStore::writeDeviceFile(int slot, bool writeAll)
 {
-    return saveDeviceFile(slot, writeAll, writeAll);
+    return saveDeviceFile(slot, writeAll ? SaveKeys::EveryKeyNew : SaveKeys::Changed);
 }
 
-bool DeviceStore::saveDeviceFile(int slot, bool writeAll, bool announceNewDevice)
+bool DeviceStore::saveDeviceFile(int slot, SaveKeys keys)
 {
+    const bool writeAll = keys != SaveKeys::Changed;
     DeviceRecord *device = deviceForUpdate(slot);
     if (!device)
         return false;
@@ -193,6 +194,12 @@ bool DeviceStore::saveDeviceFile(int slot, bool writeAll, bool announceNewDevice
         return false;
     }
 
+    // The keys an edit changed, to be logged though every key is written.
+    std::vector<WrittenKey> changed;
+    if (keys == SaveKeys::EveryKeyEdited) {
+        IniFile scratch;
+        changed = putDeviceKeys(scratch, *device, false);
+    }
     const std::vector<WrittenKey> written = putDeviceKeys(ini, *device, writeAll);
     if (!written.empty() || created) {
         QString error;
@@ -205,15 +212,15 @@ bool DeviceStore::saveDeviceFile(int slot, bool writeAll, bool announceNewDevice
         }
     }
 
-    device->ChangedKeys = writeAll ? kAllKeys : 0;
+    device->ChangedKeys = keys == SaveKeys::EveryKeyNew ? kAllKeys : 0;
     for (int i = 0; i < device->probeSlots(); ++i)
         if (ProbeRecord *p = device->probe(i))
             p->ChangedKeys = 0;
 
-    if (announceNewDevice)
+    if (keys == SaveKeys::EveryKeyNew)
         logToDevice(*device, "New device added.");
-    else if (!writeAll && device->LoggingEnabled)
-        logSavedKeys(*device, written);
+    else if (device->LoggingEnabled)
+        logSavedKeys(*device, keys == SaveKeys::Changed ? written : changed);
 
     if (!status_.showsError())
         status_.set(QStringLiteral("Status: monitoring devices..."));
@@ -314,8 +321,12 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
     DeviceRecord *live = deviceForUpdate(slot);
     if (!live)
         return false;
-    // What monitoring keeps up to date, and the name (renameDevice changes
-    // it), stay as the live record has them; the rest is compared and taken.
+    const QByteArray oldName = live->DeviceName.bytes();
+    const QByteArray newName = edited.DeviceName.bytes();
+    if (newName != oldName && !renameDevice(slot, newName))
+        return false;
+    // What monitoring keeps up to date, and the name (given above), stay as
+    // the live record has them; the rest is compared and taken.
     DeviceRecord copy;
     copyDeviceRecord(&copy, edited);
     copy.DeviceName = live->DeviceName;
@@ -342,12 +353,16 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
         copyProbeRecord(&updated, *e);
         keepRunState(updated, *p);
         updated.DeviceNumber = slot;
+        if (newName != oldName) {
+            updated.LogFile = updated.LogFile.bytes().replace(oldName, newName);
+            updated.DataLogFile = updated.DataLogFile.bytes().replace(oldName, newName);
+        }
         markEditedKeys(*p, updated);
         updated.ChangedKeys |= p->ChangedKeys;
         updated.ShownChanges |= updated.ChangedKeys;
         copyProbeRecord(p, updated);
     }
-    const bool saved = writeDeviceFile(slot, false);
+    const bool saved = saveDeviceFile(slot, SaveKeys::EveryKeyEdited);
     emit deviceChanged(slot);
     return saved;
 }
@@ -401,9 +416,7 @@ bool DeviceStore::renameDevice(int slot, const QByteArray &newName)
     // A file that does not exist yet under the new name gets every key, so
     // that nothing of the device's settings stays behind in the old file.
     const bool fresh = !QFileInfo::exists(QFile::decodeName(folder_.deviceFile(newName)));
-    const bool saved = saveDeviceFile(slot, fresh, false);
-    if (saved && fresh)
-        device->ChangedKeys = 0;
+    const bool saved = saveDeviceFile(slot, fresh ? SaveKeys::EveryKeyEdited : SaveKeys::Changed);
     emit deviceRenamed(slot);
     return writeDevicesSection() && saved;
 }

@@ -79,9 +79,10 @@ public:
     // Every device file, changed keys only.
     bool writeAllDeviceFiles();
     // Takes the settings of an edited working copy of device `slot` (and of
-    // its probes): the keys whose values differ are marked, the readings,
-    // states, extremes and histories of the live record stay, and the file
-    // is saved. The name is changed by renameDevice.
+    // its probes): a new name is given as renameDevice gives it, the keys
+    // whose values differ are marked, the readings, states, extremes and
+    // histories of the live record stay, and the file is saved with every
+    // key; the keys that changed are logged as saved.
     bool commitDevice(int slot, const DeviceRecord &edited);
     // Enables or disables probes (marked for the next save).
     void setProbesEnabled(const QList<const ProbeRecord *> &probes, bool enabled);
@@ -107,7 +108,12 @@ signals:
 
 private:
     void checkFolder(const QByteArray &path, const char *which);
-    bool saveDeviceFile(int slot, bool writeAll, bool announceNewDevice);
+    enum class SaveKeys {
+        Changed,          // the keys marked changed, each logged as saved
+        EveryKeyNew,      // every key of a device just added
+        EveryKeyEdited,   // every key, the ones marked changed logged as saved
+    };
+    bool saveDeviceFile(int slot, SaveKeys keys);
     void logSavedKeys(const DeviceRecord &device, const std::vector<WrittenKey> &written);
     std::unique_ptr<DeviceRecord> readDeviceFile(const QByteArray &path, int slot);
 

@@ -79,6 +79,22 @@ int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from)
     return 1;
 }
 
+std::unique_ptr<DeviceRecord> workingCopy(const DeviceRecord &device)
+{
+    auto copy = std::make_unique<DeviceRecord>();
+    copyDeviceRecord(copy.get(), device);
+    copy->Times = TimeHistory();
+    for (int i = 0; i < kMaxProbes; ++i) {
+        if (const ProbeRecord *p = device.probe(i)) {
+            auto probe = std::make_unique<ProbeRecord>();
+            *probe = *p;
+            probe->Values = ValueHistory();
+            copy->Probes[std::size_t(i)] = std::move(probe);
+        }
+    }
+    return copy;
+}
+
 QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName, int probeNumber,
                          const QByteArray &probeName, const char *extension)
 {

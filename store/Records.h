@@ -199,6 +199,10 @@ int copyProbeRecord(ProbeRecord *to, const ProbeRecord &from);
 // The same for a device, without its probes.
 int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from);
 
+// A working copy of a device and its probes for a window to edit: every
+// setting and state, without the reading histories.
+std::unique_ptr<DeviceRecord> workingCopy(const DeviceRecord &device);
+
 // "%s/Data/%s-Probe%02d-(%s).csv" and the matching ".log" path in "Logs".
 QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName, int probeNumber,
                          const QByteArray &probeName, const char *extension);

@@ -162,7 +162,7 @@ TEST(DeviceFile, CommittingAnEditedCopyTakesItsSettingsAndKeepsWhatMonitoringLea
         copyProbeRecord(edited.probe(i), *live.probe(i));
     }
     edited.QueryInterval = 60;
-    edited.DeviceName = "Renamed elsewhere";
+    edited.DeviceName = "Lab 2";
     edited.probe(1)->HighAlarmTemp = 99;
 
     // Readings that came in while the window was open.
@@ -177,18 +177,29 @@ TEST(DeviceFile, CommittingAnEditedCopyTakesItsSettingsAndKeepsWhatMonitoringLea
     ASSERT_TRUE(s.commitDevice(slot, edited));
     EXPECT_EQ(changed, QList<int>{slot});
     EXPECT_EQ(live.QueryInterval, 60);
-    EXPECT_EQ(live.DeviceName.bytes(), "Lab");
+    EXPECT_EQ(live.DeviceName.bytes(), "Lab 2");
+    EXPECT_TRUE(live.probe(1)->LogFile.bytes().contains("/Lab 2-Probe02-"));
+    EXPECT_TRUE(live.probe(1)->DataLogFile.bytes().contains("/Lab 2-Probe02-"));
     EXPECT_EQ(live.LastContactTimeVal, 1794661500);
     EXPECT_EQ(live.probe(1), probeBefore); // the list's rows still point at it
     EXPECT_EQ(live.probe(1)->HighAlarmTemp, 99.0);
     EXPECT_EQ(live.probe(1)->CurrentTemp, 91.5);
     EXPECT_EQ(live.probe(1)->AlarmState, AlarmState::HighAlarm);
     EXPECT_EQ(live.probe(1)->Values.newest(), 91.5f);
-    const QByteArray file = readFile(f.path("Devices/Lab.ini"));
+    // The old file stays as it was; the new one holds every key.
+    EXPECT_TRUE(readFile(f.path("Devices/Lab.ini")).contains("QueryInterval=30\r\n"));
+    const QByteArray file = readFile(f.path("Devices/Lab 2.ini"));
     EXPECT_TRUE(file.contains("QueryInterval=60\r\n"));
     EXPECT_TRUE(file.contains("HighAlarmTemp=99.00\r\n"));
-    EXPECT_EQ(f.log.messagesFor(live.probe(1)->LogFile.bytes()),
-              (QList<QByteArray>{"QueryInterval saved as \"60\"", "HighAlarmTemp saved as \"99.00\""}));
+    EXPECT_TRUE(file.contains("CurrentTemp=91.50\r\n"));
+    EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).contains("Device001=Lab 2\r\n"));
+    const QList<QByteArray> logged = f.log.messagesFor(live.probe(1)->LogFile.bytes());
+    ASSERT_EQ(logged.size(), 4);
+    EXPECT_EQ(logged[0], "DeviceName saved as \"Lab 2\"");
+    EXPECT_TRUE(logged[1].startsWith("LogFile saved as \"")) << logged[1].constData();
+    EXPECT_EQ(logged[2], "QueryInterval saved as \"60\"");
+    EXPECT_EQ(logged[3], "HighAlarmTemp saved as \"99.00\"");
+    EXPECT_EQ(live.ChangedKeys, 0u);
 }
 
 TEST(DeviceFile, TemperaturesWithoutAReadingAreNotWritten)

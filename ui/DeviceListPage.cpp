@@ -174,8 +174,9 @@ int DeviceListPage::selectedDevice(const QString &manyDevicesText)
 
 void DeviceListPage::configureSelectedDevice()
 {
-    if (selectedDevice(QStringLiteral("Multiple devices selected.\nPlease select a single device to configure.")) >= 0)
-        notAvailable(QStringLiteral("Configuring a device"));
+    const int slot = selectedDevice(QStringLiteral("Multiple devices selected.\nPlease select a single device to configure."));
+    if (slot >= 0)
+        emit configureRequested(slot);
 }
 
 void DeviceListPage::deleteSelectedDevice()

@@ -37,6 +37,10 @@ public:
     void configureSelectedDevice();
     void showAbout();
 
+signals:
+    // "Configure Selected Device" chose device `slot`.
+    void configureRequested(int slot);
+
 protected:
     void showEvent(QShowEvent *event) override;
 

@@ -1,5 +1,8 @@
 #include "MainSheet.h"
 
+#include "CfgDeviceDlg.h"
+#include "ConfigContext.h"
+
 #include "DeviceStore.h"
 #include "DeviceListPage.h"
 #include "EmailQueue.h"
@@ -33,15 +36,19 @@ namespace {
 
 constexpr int kWidth = 764, kHeight = 674;
 
+QString placeholderText(const QString &deviceName)
+{
+    return QStringLiteral("%1\n\nThe chart of this device is not part of this build yet.\n"
+                          "Its probes are on the \"Device List\" page.")
+        .arg(deviceName);
+}
+
 // A device's page until its chart is built: says so plainly.
 QWidget *devicePlaceholder(const QString &deviceName, QWidget *parent)
 {
     auto *page = new QWidget(parent);
     auto *layout = new QVBoxLayout(page);
-    auto *text = new QLabel(QStringLiteral("%1\n\nThe chart of this device is not part of this build yet.\n"
-                                           "Its probes are on the \"Device List\" page.")
-                                .arg(deviceName),
-                            page);
+    auto *text = new QLabel(placeholderText(deviceName), page);
     text->setAlignment(Qt::AlignCenter);
     text->setEnabled(false);
     layout->addWidget(text);
@@ -50,9 +57,11 @@ QWidget *devicePlaceholder(const QString &deviceName, QWidget *parent)
 
 } // namespace
 
-MainSheet::MainSheet(DeviceStore &store, QueryCycle &cycle, Prompter &prompter, QWidget *parent)
-    : QWidget(parent), app_(store), prompter_(prompter)
+MainSheet::MainSheet(ConfigContext &context, QueryCycle &cycle, QWidget *parent)
+    : QWidget(parent), context_(context), app_(context.store), prompter_(context.prompter)
 {
+    DeviceStore &store = context.store;
+    Prompter &prompter = context.prompter;
     setWindowTitle(QStringLiteral("Corvanta Zephtra"));
     setWindowIcon(QIcon(programIcon(64)));
     setMinimumSize(kWidth, kHeight);
@@ -94,9 +103,15 @@ MainSheet::MainSheet(DeviceStore &store, QueryCycle &cycle, Prompter &prompter, 
             page->deleteLater();
         }
     });
+    connect(deviceList_, &DeviceListPage::configureRequested, this, &MainSheet::configureDevice,
+            Qt::QueuedConnection);
     connect(&app_, &DeviceStore::deviceRenamed, this, [this](int slot) {
         if (const DeviceRecord *d = app_.device(slot))
-            tabs_->setTabText(slot + 1, QString::fromUtf8(d->DeviceName.bytes()));
+        {
+            tabs_->setTabText(slot + 1, d->DeviceName.str());
+            if (auto *text = tabs_->widget(slot + 1) ? tabs_->widget(slot + 1)->findChild<QLabel *>() : nullptr)
+                text->setText(placeholderText(d->DeviceName.str()));
+        }
     });
 }
 
@@ -143,6 +158,31 @@ void MainSheet::openHelp()
         reason = QStringLiteral("There is no application associated with the given file name extension.");
     if (!reason.isEmpty())
         prompter_.tell(this, MessageIcon::Error, QStringLiteral("ShellExecute failed (embedded help) -- reason: ") + reason);
+}
+
+void MainSheet::configureDevice(int slot)
+{
+    const DeviceRecord *device = app_.device(slot);
+    if (!device || saving_)
+        return;
+    CCfgDeviceDlg dialog(context_, slot, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    // Monitoring went on while the dialog was open; the device is found
+    // again where it is now.
+    slot = app_.slotOf(device);
+    if (slot < 0)
+        return;
+    const DeviceRecord &edited = dialog.working();
+    if (edited.DeviceName.bytes() != device->DeviceName.bytes())
+        prompter_.tell(this, MessageIcon::Warning,
+                       QStringLiteral("You have changed the device name.\n\nPlease note that all logs and "
+                                      "configuration files\nfor this device will now be saved under the new\ndevice "
+                                      "name. All previous logs and configuration\nfiles will be left intact under the "
+                                      "previous name."));
+    app_.commitDevice(slot, edited);
+    deviceList_->rebuild();
+    deviceList_->refresh();
 }
 
 void MainSheet::closeEvent(QCloseEvent *event)

@@ -16,11 +16,12 @@ class DeviceStore;
 class DeviceListPage;
 class Prompter;
 class QueryCycle;
+struct ConfigContext;
 
 class MainSheet final : public QWidget {
     Q_OBJECT
 public:
-    MainSheet(DeviceStore &store, QueryCycle &cycle, Prompter &prompter, QWidget *parent = nullptr);
+    MainSheet(ConfigContext &context, QueryCycle &cycle, QWidget *parent = nullptr);
 
     // Called once closing is confirmed, while the "Saving Data..." notice
     // shows: saves the settings and devices and logs the shutdown.
@@ -33,6 +34,8 @@ public:
     void placeCentred();
     // Opens the help page; a failure says why.
     void openHelp();
+    // "Configure A Device" for device `slot`; "Update" commits the edit.
+    void configureDevice(int slot);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -41,6 +44,7 @@ private:
     void addDevicePage(int slot);
     void scheduleRefresh();
 
+    ConfigContext &context_;
     DeviceStore &app_;
     Prompter &prompter_;
     QTabWidget *tabs_;

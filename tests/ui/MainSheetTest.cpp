@@ -1,9 +1,6 @@
 // The main window on the engine: the close question and the saving close,
 // and pictures of the window with the demo devices.
-#include "CorvantaApp.h"
 #include "DeviceListPage.h"
-#include "MainSheet.h"
-#include "NetTestSupport.h"
 #include "ProbeCells.h"
 #include "ProbeListView.h"
 #include "ProbeTableModel.h"
@@ -11,6 +8,7 @@
 #include "SimDevice.h"
 #include "SoundPlayer.h"
 #include "SplashWindow.h"
+#include "WindowFixture.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -22,65 +20,7 @@
 using namespace cz;
 using namespace cz::test;
 
-namespace {
 
-class Silent final : public SoundPlayer {
-public:
-    void play(const QByteArray &) override {}
-};
-
-// The program on a copy of the demo data folder, its devices served by
-// simulated devices in this process.
-struct WindowFixture {
-    WindowFixture()
-    {
-        copyFolder(QStringLiteral(CZ_SOURCE_DIR "/demo"), dir.path());
-        CommandLine cl;
-        cl.dataDir = dir.path();
-        app = std::make_unique<CCorvantaApp>(cl, QStringLiteral(CZ_BIN_DIR), clock, sound);
-        app->startUp();
-        QList<devsim::SimDevice> devices;
-        QString error;
-        EXPECT_TRUE(devsim::loadSimConfig(QStringLiteral(CZ_SOURCE_DIR "/tools/devsim/demo.json"), devices, error));
-        for (int slot = 0; slot < app->store().deviceCount(); ++slot) {
-            devices[slot].port = 0;
-            app->store().deviceForUpdate(slot)->DevicePort = sim.port(sim.addDevice(devices[slot]));
-        }
-        sheet = std::make_unique<MainSheet>(app->store(), app->queryCycle(), prompter);
-        sheet->shutDown = [this] { app->shutDown(); };
-    }
-    static void copyFolder(const QString &from, const QString &to)
-    {
-        QDir().mkpath(to);
-        for (const QFileInfo &entry : QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot)) {
-            if (entry.isDir())
-                copyFolder(entry.filePath(), to + '/' + entry.fileName());
-            else
-                QFile::copy(entry.filePath(), to + '/' + entry.fileName());
-        }
-    }
-    void tick()
-    {
-        app->queryCycle().tick();
-        EXPECT_TRUE(waitUntil([&] { return app->queryCycle().queriesInFlight() == 0; }));
-        QCoreApplication::processEvents();
-    }
-    void picture(QWidget &widget, const QString &name)
-    {
-        const QString folder = QStringLiteral(CZ_BIN_DIR "/../screenshots");
-        QDir().mkpath(folder);
-        EXPECT_TRUE(widget.grab().save(folder + '/' + name));
-    }
-    QTemporaryDir dir;
-    ManualClock clock{1794661509};
-    Silent sound;
-    devsim::DeviceSimulator sim;
-    std::unique_ptr<CCorvantaApp> app;
-    ScriptedPrompter prompter;
-    std::unique_ptr<MainSheet> sheet;
-};
-
-} // namespace
 
 TEST(MainSheet, ShowsEveryDeviceAndItsProbesLive)
 {

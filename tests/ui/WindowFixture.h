@@ -1,0 +1,62 @@
+// The program on a copy of the demo data folder, its devices served by
+// simulated devices in this process, with the main window and what its
+// dialogs work with: scripted questions and file choices, recorded sounds
+// and the e-mail test console.
+#pragma once
+
+#include "ConfigContext.h"
+#include "CorvantaApp.h"
+#include "FileChooser.h"
+#include "MainSheet.h"
+#include "NetTestSupport.h"
+#include "ScriptConsoleWindow.h"
+#include "ScriptedPrompter.h"
+#include "SoundPlayer.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+#include <memory>
+
+namespace cz::test {
+
+class RecordingSound final : public SoundPlayer {
+public:
+    void play(const QByteArray &file) override { played << file; }
+    QList<QByteArray> played;
+};
+
+// Answers file dialogs from a script and keeps what they asked.
+class ScriptedFileChooser final : public FileChooser {
+public:
+    QString openFile(QWidget *, const FileQuestion &question) override
+    {
+        asked << question;
+        return answers.isEmpty() ? QString() : answers.takeFirst();
+    }
+    QStringList answers;
+    QList<FileQuestion> asked;
+};
+
+struct WindowFixture {
+    WindowFixture();
+    static void copyFolder(const QString &from, const QString &to);
+    // One round of queries, waited for.
+    void tick();
+    // Writes a picture of `widget` into build/screenshots.
+    void picture(QWidget &widget, const QString &name);
+    DeviceStore &store() { return app->store(); }
+
+    QTemporaryDir dir;
+    ManualClock clock{1794661509};
+    RecordingSound sound;
+    devsim::DeviceSimulator sim;
+    std::unique_ptr<CCorvantaApp> app;
+    ScriptedPrompter prompter;
+    ScriptedFileChooser files;
+    std::unique_ptr<ScriptConsoleWindow> console;
+    std::unique_ptr<ConfigContext> context;
+    std::unique_ptr<MainSheet> sheet;
+};
+
+} // namespace cz::test

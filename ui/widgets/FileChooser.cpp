@@ -1,0 +1,57 @@
+#include "FileChooser.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFileSystemModel>
+#include <QSortFilterProxyModel>
+
+namespace cz {
+
+namespace {
+
+// Shows folders and the files the operator may run.
+class ExecutableFilter final : public QSortFilterProxyModel {
+public:
+    using QSortFilterProxyModel::QSortFilterProxyModel;
+    bool filterOnlyExecutables = true;
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex &parent) const override
+    {
+        if (!filterOnlyExecutables)
+            return true;
+        const auto *files = qobject_cast<QFileSystemModel *>(sourceModel());
+        if (!files)
+            return true;
+        const QFileInfo info = files->fileInfo(files->index(row, 0, parent));
+        return info.isDir() || info.isExecutable();
+    }
+};
+
+} // namespace
+
+QString DialogFileChooser::openFile(QWidget *parent, const FileQuestion &q)
+{
+    QFileDialog dialog(parent, q.title, q.folder);
+    dialog.setOption(QFileDialog::DontUseNativeDialog, q.executablesOnly);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    dialog.setNameFilters(q.filters);
+    if (!q.file.isEmpty())
+        dialog.selectFile(q.file);
+    ExecutableFilter *filter = nullptr;
+    if (q.executablesOnly) {
+        filter = new ExecutableFilter(&dialog);
+        dialog.setProxyModel(filter);
+        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, [&dialog, filter, q](const QString &f) {
+            filter->filterOnlyExecutables = !q.filters.isEmpty() && f == q.filters.first();
+            filter->invalidate();
+        });
+    }
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    return dialog.selectedFiles().first();
+}
+
+} // namespace cz

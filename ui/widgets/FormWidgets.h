@@ -1,0 +1,63 @@
+// Small pieces the dialogs are built from: labelled rows, "Yes"/"No"
+// questions, path fields with their buttons, and text fields bound to a
+// record's fixed-size texts.
+#pragma once
+
+#include <QLineEdit>
+#include <QWidget>
+
+#include <functional>
+
+class QAbstractButton;
+class QComboBox;
+class QGridLayout;
+class QLabel;
+class QPushButton;
+class QRadioButton;
+
+namespace cz {
+
+// A label whose buddy is `field`, so the field is named by it and reached
+// with its mnemonic.
+QLabel *buddyLabel(const QString &text, QWidget *field, QWidget *parent);
+
+// A button that never becomes the dialog's default by taking focus.
+QPushButton *plainButton(const QString &text, QWidget *parent);
+
+// A "Yes"/"No" pair answering one question; the pair is named by the
+// question for screen readers.
+class YesNoField final : public QWidget {
+    Q_OBJECT
+public:
+    YesNoField(const QString &question, QWidget *parent);
+    void setValue(bool yes);
+    bool value() const;
+    QRadioButton *yesButton() const { return yes_; }
+    QRadioButton *noButton() const { return no_; }
+
+signals:
+    // The operator changed the answer.
+    void changed(bool yes);
+
+private:
+    QRadioButton *yes_;
+    QRadioButton *no_;
+};
+
+// A line edit for a text of `capacity` bytes (the longest text a record
+// field keeps).
+QLineEdit *textField(int capacity, QWidget *parent, QLineEdit::EchoMode mode = QLineEdit::Normal);
+
+// A line edit for a whole number (digits only).
+QLineEdit *numberField(int maxDigits, QWidget *parent);
+
+// Adds a row "label field [buttons...]" to a grid at `row`; the label is the
+// field's buddy. Returns the label.
+QLabel *addRow(QGridLayout *grid, int row, const QString &label, QWidget *field,
+               std::initializer_list<QWidget *> after = {});
+
+// Sets the Tab order to the order of `widgets`.
+void chainTabOrder(std::initializer_list<QWidget *> widgets);
+void chainTabOrder(const QList<QWidget *> &widgets);
+
+} // namespace cz
