@@ -638,21 +638,47 @@ TEST(ConfigPictures, EveryConfigurationWindowAt1024By768)
                 QCoreApplication::processEvents();
                 f.picture(sheet, QStringLiteral("probe-page-%1.png").arg(QLatin1String(names[type])));
             }
+            // A switch probe: the condition list in place of the thresholds.
+            CDeviceConfigPage &page = *sheet.page(sheet.tabs().currentIndex());
+            QTest::mouseClick(page.typeButtons[3], Qt::LeftButton);
+            EXPECT_TRUE(page.switchCondition->isVisible());
+            EXPECT_FALSE(page.thresholds[0]->isVisible());
+            EXPECT_EQ(unnamedControls(page), QStringList());
+            f.picture(sheet, QStringLiteral("probe-page-switch.png"));
             whenShown<CAlertOptionsDlg>([&](CAlertOptionsDlg &o) {
                 o.resize(o.sizeHint());
                 f.picture(o, "alert-options.png");
                 o.reject();
             });
-            QTest::mouseClick(sheet.page(sheet.tabs().currentIndex())->moreOptions, Qt::LeftButton);
+            QTest::mouseClick(page.moreOptions, Qt::LeftButton);
+            QTest::mouseClick(page.alarmEmail->yesButton(), Qt::LeftButton);
             whenShown<CEmailSubjectDlg>([&](CEmailSubjectDlg &s) {
+                EXPECT_EQ(unnamedControls(s), QStringList());
                 s.resize(s.sizeHint());
                 f.picture(s, "email-subjects.png");
                 s.reject();
             });
-            QTest::mouseClick(sheet.page(sheet.tabs().currentIndex())->customizeSubjects, Qt::LeftButton);
+            QTest::mouseClick(page.customizeSubjects, Qt::LeftButton);
             sheet.reject();
         });
         f.prompter.answers = {true};
         d.reject();
     });
+}
+
+TEST(ConfigureDevice, TestDialerUsesThePortBeingEdited)
+{
+    WindowFixture f;
+    f.store().settings.SerialPortPattern = "/dev/corvanta-test-port%d";
+    configure(f, 0, [&](CCfgDeviceDlg &d) {
+        QTest::mouseClick(d.dialer, Qt::LeftButton);
+        d.dialerPort->setCurrentIndex(6);
+        EXPECT_EQ(d.dialerPort->currentText(), "COM7 (/dev/corvanta-test-port6)");
+        QTest::mouseClick(d.testDialer, Qt::LeftButton);
+        f.prompter.answers = {true};
+        d.reject();
+    });
+    const QByteArray log = readFile(f.store().device(0)->probe(0)->LogFile.bytes());
+    EXPECT_TRUE(log.contains("Error initializing /dev/corvanta-test-port6 for device 0.\r\n")) << log.constData();
+    EXPECT_EQ(f.store().device(0)->DialerPort, 1); // cancelled: the device keeps its port
 }

@@ -88,14 +88,7 @@ CAlertOptionsDlg::CAlertOptionsDlg(ProbeRecord &probe, bool deviceDialerEnabled,
           "Trigger voice dialer when an alarm or caution is cleared on this probe.", probe.RunProgramClear,
           probe.ProgramClear, probe.TriggerDialerClear);
 
-    okButton = new QPushButton(QStringLiteral("OK"), this);
-    okButton->setDefault(true);
-    cancelButton = plainButton(QStringLiteral("Cancel"), this);
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(okButton);
-    buttons->addWidget(cancelButton);
-    layout->addLayout(buttons);
+    layout->addLayout(okCancelRow(this, &okButton, &cancelButton));
     order << okButton << cancelButton;
     chainTabOrder(order);
     connect(okButton, &QPushButton::clicked, this, [this] {

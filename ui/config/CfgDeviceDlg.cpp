@@ -110,10 +110,15 @@ CCfgDeviceDlg::CCfgDeviceDlg(ConfigContext &context, int slot, QWidget *parent)
     queryFailCount = new QComboBox(alertBox);
     for (int i = 1; i <= kQueryFailEntries; ++i)
         queryFailCount->addItem(QString::number(i));
+    queryFailCount->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    queryFailCount->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     emailDetails = plainButton(QStringLiteral("Email Recipient and Configuration Details"), alertBox);
+    auto *countRow = new QHBoxLayout;
+    countRow->addWidget(queryFailCount);
+    countRow->addWidget(buddyLabel(QStringLiteral("consecutive queries."), queryFailCount, alertBox));
+    countRow->addStretch(1);
     alertGrid->addWidget(queryFailAlert, 0, 0);
-    alertGrid->addWidget(queryFailCount, 0, 1);
-    alertGrid->addWidget(buddyLabel(QStringLiteral("consecutive queries."), queryFailCount, alertBox), 0, 2);
+    alertGrid->addLayout(countRow, 0, 1, 1, 3);
     alertGrid->addWidget(emailDetails, 1, 0, 1, 3, Qt::AlignLeft);
     dialer = new QCheckBox(QStringLiteral("Enable voice dialer for this device on this serial port:"), alertBox);
     dialerPort = new QComboBox(alertBox);

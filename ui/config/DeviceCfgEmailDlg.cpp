@@ -29,6 +29,19 @@ EmailTestContext emailTestContext(ConfigContext &context, QWidget *dialog)
                             context.runScript};
 }
 
+EmailTestFields mailConnectionFields(const QLineEdit *server, const QLineEdit *port, const QLineEdit *user,
+                                     const QLineEdit *password, const QLineEdit *recipients, const QLineEdit *sender)
+{
+    EmailTestFields f;
+    f.server = server->text().toUtf8();
+    f.portText = port->text().toUtf8();
+    f.user = user->text().toUtf8();
+    f.password = password->text().toUtf8();
+    f.recipients = recipients->text().toUtf8();
+    f.sender = sender->text().toUtf8();
+    return f;
+}
+
 CDeviceCfgEmailDlg::CDeviceCfgEmailDlg(ConfigContext &context, DeviceRecord &device, QWidget *parent)
     : QDialog(parent), context_(context), device_(device)
 {
@@ -62,14 +75,8 @@ CDeviceCfgEmailDlg::CDeviceCfgEmailDlg(ConfigContext &context, DeviceRecord &dev
     grid->setColumnStretch(1, 1);
 
     testButton = plainButton(QStringLiteral("Send Test Email Message"), this);
-    okButton = new QPushButton(QStringLiteral("OK"), this);
-    okButton->setDefault(true);
-    cancelButton = plainButton(QStringLiteral("Cancel"), this);
-    auto *buttons = new QHBoxLayout;
-    buttons->addWidget(testButton);
-    buttons->addStretch(1);
-    buttons->addWidget(okButton);
-    buttons->addWidget(cancelButton);
+    QHBoxLayout *buttons = okCancelRow(this, &okButton, &cancelButton);
+    buttons->insertWidget(0, testButton);
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(grid);
     layout->addSpacing(8);
@@ -120,13 +127,7 @@ void CDeviceCfgEmailDlg::browseRecipients()
 
 void CDeviceCfgEmailDlg::sendTestMessage()
 {
-    EmailTestFields f;
-    f.server = server->text().toUtf8();
-    f.portText = port->text().toUtf8();
-    f.user = user->text().toUtf8();
-    f.password = password->text().toUtf8();
-    f.recipients = to->text().toUtf8();
-    f.sender = from->text().toUtf8();
+    EmailTestFields f = mailConnectionFields(server, port, user, password, to, from);
     f.subject = subject->text().toUtf8();
     f.body = body->text().toUtf8();
     RunQueryFailureEmailTest(emailTestContext(context_, this), f, device_.DeviceName.bytes(),

@@ -13,10 +13,15 @@ namespace cz {
 
 struct DeviceRecord;
 struct EmailTestContext;
+struct EmailTestFields;
 
 // The report and run callbacks of the e-mail tests, for a dialog that may
 // be gone by the time a queued test reports.
 EmailTestContext emailTestContext(ConfigContext &context, QWidget *dialog);
+
+// The connection fields of an e-mail test, as typed.
+EmailTestFields mailConnectionFields(const QLineEdit *server, const QLineEdit *port, const QLineEdit *user,
+                                     const QLineEdit *password, const QLineEdit *recipients, const QLineEdit *sender);
 
 class CDeviceCfgEmailDlg final : public QDialog {
     Q_OBJECT

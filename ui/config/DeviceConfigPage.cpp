@@ -739,13 +739,7 @@ void CDeviceConfigPage::applyToAll(int box)
 void CDeviceConfigPage::sendTestEmail()
 {
     const ProbeRecord &p = probe();
-    EmailTestFields f;
-    f.server = smtpServer->text().toUtf8();
-    f.portText = smtpPort->text().toUtf8();
-    f.user = smtpUser->text().toUtf8();
-    f.password = smtpPassword->text().toUtf8();
-    f.recipients = emailTo->text().toUtf8();
-    f.sender = emailFrom->text().toUtf8();
+    EmailTestFields f = mailConnectionFields(smtpServer, smtpPort, smtpUser, smtpPassword, emailTo, emailFrom);
     f.templatePath = emailTemplate->text().toUtf8();
     f.probeName = probeName->text().toUtf8();
     f.groupName = groupName->text().toUtf8();

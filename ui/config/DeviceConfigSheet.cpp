@@ -32,16 +32,9 @@ CDeviceConfigSheet::CDeviceConfigSheet(ConfigContext &context, const DeviceRecor
         tabs_->addTab(scroll, QString::asprintf("Probe %02d", scratch_->probe(i)->ProbeNumber));
         pages_ << page;
     }
-    okButton = new QPushButton(QStringLiteral("OK"), this);
-    okButton->setDefault(true);
-    cancelButton = plainButton(QStringLiteral("Cancel"), this);
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(okButton);
-    buttons->addWidget(cancelButton);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(tabs_, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(okCancelRow(this, &okButton, &cancelButton));
 
     connect(tabs_, &QTabWidget::currentChanged, this, &CDeviceConfigSheet::activatePage);
     connect(okButton, &QPushButton::clicked, this, [this] {

@@ -87,6 +87,18 @@ QLabel *addRow(QGridLayout *grid, int row, const QString &label, QWidget *field,
     return l;
 }
 
+QHBoxLayout *okCancelRow(QWidget *parent, QPushButton **ok, QPushButton **cancel)
+{
+    *ok = new QPushButton(QStringLiteral("OK"), parent);
+    (*ok)->setDefault(true);
+    *cancel = plainButton(QStringLiteral("Cancel"), parent);
+    auto *row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(*ok);
+    row->addWidget(*cancel);
+    return row;
+}
+
 void chainTabOrder(const QList<QWidget *> &widgets)
 {
     for (int i = 1; i < widgets.size(); ++i)

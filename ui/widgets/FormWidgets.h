@@ -11,6 +11,7 @@
 class QAbstractButton;
 class QComboBox;
 class QGridLayout;
+class QHBoxLayout;
 class QLabel;
 class QPushButton;
 class QRadioButton;
@@ -55,6 +56,9 @@ QLineEdit *numberField(int maxDigits, QWidget *parent);
 // field's buddy. Returns the label.
 QLabel *addRow(QGridLayout *grid, int row, const QString &label, QWidget *field,
                std::initializer_list<QWidget *> after = {});
+
+// "OK" (the default button) and "Cancel" at the right of a row.
+QHBoxLayout *okCancelRow(QWidget *parent, QPushButton **ok, QPushButton **cancel);
 
 // Sets the Tab order to the order of `widgets`.
 void chainTabOrder(std::initializer_list<QWidget *> widgets);
