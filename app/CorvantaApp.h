@@ -42,6 +42,7 @@ public:
     AlarmEvaluation &evaluation() { return evaluation_; }
     QueryCycle &queryCycle() { return cycle_; }
     AlertDispatcher &alerts() { return alerts_; }
+    HttpSession &session() { return session_; }
     const CommandLine &commandLine() const { return commandLine_; }
 
 private:

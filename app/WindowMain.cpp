@@ -49,6 +49,7 @@ int runWindow(const cz::CommandLine &cl)
                               app.alerts().emailQueue(),
                               app.alerts().dialer(),
                               sound,
+                              app.session(),
                               [&console, dataFolder](const QByteArray &script) { return console.run(script, dataFolder); }};
     cz::MainSheet sheet(context, app.queryCycle());
     QObject::connect(&app.status(), &cz::ProgramStatus::message, &sheet,

@@ -120,9 +120,44 @@ bool ParseDeviceConfiguration(const QByteArray &configText, const QByteArray &ty
     return true;
 }
 
+namespace {
+
+// What keeps a device's own description from making a device.
+QString configurationProblem(const QByteArray &configText, const FetchedConfiguration &c)
+{
+    if (c.probeCount < 1 || c.probeCount > kMaxProbes)
+        return QStringLiteral("The device reports %1 probes; a device has 1 to %2 probes.\nThe device was not added.")
+            .arg(c.probeCount)
+            .arg(kMaxProbes);
+    for (const QByteArray &field : configText.split('|')) {
+        for (char ch : field.trimmed()) {
+            const auto u = static_cast<unsigned char>(ch);
+            if (u < 0x20 || u == 0x7f)
+                return QStringLiteral("The device's configuration page holds control characters in its names.\n"
+                                      "The device was not added.");
+        }
+    }
+    return {};
+}
+
+} // namespace
+
 DeviceAutoConfiguration::DeviceAutoConfiguration(DeviceStore &app, HttpSession &session, QObject *parent)
     : QObject(parent), app_(app), session_(session)
 {
+}
+
+DeviceAutoConfiguration::~DeviceAutoConfiguration()
+{
+    cancel();
+}
+
+void DeviceAutoConfiguration::cancel()
+{
+    if (fetchId_)
+        session_.cancel(fetchId_);
+    fetchId_ = 0;
+    done_ = nullptr;
 }
 
 void DeviceAutoConfiguration::FetchDeviceConfiguration(const AutoConfRequest &request, Done done)
@@ -145,12 +180,15 @@ void DeviceAutoConfiguration::fetch(const char *page, std::function<void(const Q
 {
     if (request_.useProxy)
         session_.setProxy(request_.proxy);
-    session_.fetchPage(
+    fetchId_ = session_.fetchPage(
         pageUrl(request_.address, request_.port, page), session_.proxy(),
         [this](int attempt, const QByteArray &error) {
             reportFailedAttempt(app_, request_.logQueryFailures, attempt, error);
         },
-        [then = std::move(then)](const PageResult &result) { then(result.fetched() ? result.reply : QByteArray()); });
+        [this, then = std::move(then)](const PageResult &result) {
+            fetchId_ = 0;
+            then(result.fetched() ? result.reply : QByteArray());
+        });
 }
 
 void DeviceAutoConfiguration::DetectDeviceUnits(int modelIndex, std::function<void(DisplayUnits)> then)
@@ -177,6 +215,9 @@ void DeviceAutoConfiguration::finish(const QByteArray &configText, DisplayUnits 
         if (request_.logQueryFailures)
             AppendErrorLog(app_.clock(), logPath, message);
         result.errorMessage = QString::fromUtf8(message);
+    } else if (const QString problem = configurationProblem(configText, result.configuration); !problem.isEmpty()) {
+        result.ok = false;
+        result.errorMessage = problem;
     }
     Done done = std::move(done_);
     done_ = nullptr;

@@ -49,7 +49,9 @@ struct FetchedConfiguration {
 struct AutoConfResult {
     bool ok = false;
     FetchedConfiguration configuration;
-    // The unsupported-device message when not ok.
+    // The unsupported-device message when not ok, or why what the device
+    // sent cannot make a device (a probe count outside 1 to 16, control
+    // characters in its texts).
     QString errorMessage;
 };
 
@@ -70,12 +72,16 @@ class DeviceAutoConfiguration : public QObject {
     Q_OBJECT
 public:
     DeviceAutoConfiguration(DeviceStore &app, HttpSession &session, QObject *parent = nullptr);
+    ~DeviceAutoConfiguration() override;
 
     using Done = std::function<void(const AutoConfResult &)>;
     // Fetches "/config", detects the scale and hands the result to `done`
     // (the confirmation window shows it). Does nothing while the program is
     // shutting down.
     void FetchDeviceConfiguration(const AutoConfRequest &request, Done done);
+    // Abandons the fetch under way: `done` is not called.
+    void cancel();
+    bool busy() const { return done_ != nullptr; }
 
 private:
     void fetch(const char *page, std::function<void(const QByteArray &reply)> then);
@@ -86,6 +92,7 @@ private:
     HttpSession &session_;
     AutoConfRequest request_;
     Done done_;
+    quint64 fetchId_ = 0;
 };
 
 } // namespace cz

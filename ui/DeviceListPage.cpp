@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QGridLayout>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -22,6 +23,11 @@ DeviceListPage::DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *pa
     list_ = new ProbeListView(app, *model_, this);
     statusWindows_ = new ProbeStatusWindows(app, prompter, this);
     auto *layout = new QVBoxLayout(this);
+    firstDeviceHint_ = new QLabel(QStringLiteral("No devices yet: press \"Add A Device\", type the device's address "
+                                                 "and port, then press \"Auto Configure\"."),
+                                  this);
+    firstDeviceHint_->setWordWrap(true);
+    layout->addWidget(firstDeviceHint_);
     layout->addWidget(list_, 1);
     auto *buttons = new QGridLayout;
     auto make = [this](const char *text) {
@@ -44,7 +50,7 @@ DeviceListPage::DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *pa
     buttons->setColumnStretch(4, 1);
     layout->addLayout(buttons);
 
-    connect(addButton, &QPushButton::clicked, this, [this] { notAvailable(QStringLiteral("Adding a device")); });
+    connect(addButton, &QPushButton::clicked, this, &DeviceListPage::addRequested);
     connect(configureButton, &QPushButton::clicked, this, &DeviceListPage::configureSelectedDevice);
     connect(disableButton, &QPushButton::clicked, this, [this] { enableSelected(false); });
     connect(enableButton, &QPushButton::clicked, this, [this] { enableSelected(true); });
@@ -69,6 +75,7 @@ DeviceListPage::DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *pa
 
 void DeviceListPage::rebuild()
 {
+    firstDeviceHint_->setVisible(app_.deviceCount() == 0);
     model_->rebuild();
     list_->setUpColumns();
     list_->sortInitially();

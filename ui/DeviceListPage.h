@@ -3,6 +3,7 @@
 
 #include <QWidget>
 
+class QLabel;
 class QPushButton;
 
 namespace cz {
@@ -40,6 +41,8 @@ public:
 signals:
     // "Configure Selected Device" chose device `slot`.
     void configureRequested(int slot);
+    // "Add A Device" was pressed.
+    void addRequested();
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -56,6 +59,7 @@ private:
     ProbeTableModel *model_;
     ProbeListView *list_;
     ProbeStatusWindows *statusWindows_;
+    QLabel *firstDeviceHint_;
 };
 
 } // namespace cz

@@ -1,5 +1,6 @@
 #include "MainSheet.h"
 
+#include "AddDeviceDlg.h"
 #include "CfgDeviceDlg.h"
 #include "ConfigContext.h"
 
@@ -55,10 +56,34 @@ QWidget *devicePlaceholder(const QString &deviceName, QWidget *parent)
     return page;
 }
 
+// "Saving Data..." with the wait cursor, while it lives.
+class SavingNotice {
+public:
+    explicit SavingNotice(QWidget *parent) : dialog_(parent)
+    {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        dialog_.setWindowTitle(QStringLiteral("Saving Data..."));
+        auto *text = new QLabel(QStringLiteral("Please wait a moment, Corvanta Zephtra\n  is saving device and "
+                                               "configuration data."),
+                                &dialog_);
+        (new QVBoxLayout(&dialog_))->addWidget(text);
+        dialog_.show();
+        QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+    ~SavingNotice()
+    {
+        dialog_.close();
+        QApplication::restoreOverrideCursor();
+    }
+
+private:
+    QDialog dialog_;
+};
+
 } // namespace
 
 MainSheet::MainSheet(ConfigContext &context, QueryCycle &cycle, QWidget *parent)
-    : QWidget(parent), context_(context), app_(context.store), prompter_(context.prompter)
+    : QWidget(parent), context_(context), cycle_(cycle), app_(context.store), prompter_(context.prompter)
 {
     DeviceStore &store = context.store;
     Prompter &prompter = context.prompter;
@@ -103,6 +128,8 @@ MainSheet::MainSheet(ConfigContext &context, QueryCycle &cycle, QWidget *parent)
             page->deleteLater();
         }
     });
+    connect(deviceList_, &DeviceListPage::addRequested, this, &MainSheet::addDevice, Qt::QueuedConnection);
+    connect(&app_, &DeviceStore::deviceAdded, this, &MainSheet::addDevicePage);
     connect(deviceList_, &DeviceListPage::configureRequested, this, &MainSheet::configureDevice,
             Qt::QueuedConnection);
     connect(&app_, &DeviceStore::deviceRenamed, this, [this](int slot) {
@@ -185,6 +212,38 @@ void MainSheet::configureDevice(int slot)
     deviceList_->refresh();
 }
 
+void MainSheet::addDevice()
+{
+    if (saving_)
+        return;
+    CAddDeviceDlg dialog(context_, this);
+    dialog.addDevice = [this](const DeviceRecord &device) { return addNewDevice(device); };
+    dialog.exec();
+    if (dialog.reconfigureSlot() >= 0)
+        configureDevice(dialog.reconfigureSlot());
+}
+
+bool MainSheet::addNewDevice(const DeviceRecord &device)
+{
+    if (app_.deviceCount() >= kMaxDevices) {
+        prompter_.tell(this, MessageIcon::Stop,
+                       QStringLiteral("Corvanta Zephtra monitors %1 devices at most; delete a device before adding "
+                                      "another.")
+                           .arg(kMaxDevices));
+        return false;
+    }
+    int slot = -1;
+    {
+        SavingNotice notice(this);
+        slot = app_.addDevice(workingCopy(device));
+        app_.writeDeviceFile(slot, true);
+        app_.writeDevicesSection();
+    }
+    deviceList_->rebuild();
+    cycle_.queryAddedDevice(slot);
+    return true;
+}
+
 void MainSheet::closeEvent(QCloseEvent *event)
 {
     // The save sends the mail still queued and lets events run meanwhile:
@@ -202,19 +261,12 @@ void MainSheet::closeEvent(QCloseEvent *event)
     }
     saving_ = true;
     setEnabled(false);
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    QDialog notice(this);
-    notice.setWindowTitle(QStringLiteral("Saving Data..."));
-    auto *text = new QLabel(QStringLiteral("Please wait a moment, Corvanta Zephtra\n  is saving device and configuration data."),
-                            &notice);
-    (new QVBoxLayout(&notice))->addWidget(text);
-    notice.show();
-    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-    if (shutDown)
-        shutDown();
-    notice.close();
+    {
+        SavingNotice notice(this);
+        if (shutDown)
+            shutDown();
+    }
     deviceList_->statusWindows().closeAll();
-    QApplication::restoreOverrideCursor();
     event->accept();
 }
 

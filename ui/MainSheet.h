@@ -17,6 +17,7 @@ class DeviceListPage;
 class Prompter;
 class QueryCycle;
 struct ConfigContext;
+struct DeviceRecord;
 
 class MainSheet final : public QWidget {
     Q_OBJECT
@@ -36,6 +37,11 @@ public:
     void openHelp();
     // "Configure A Device" for device `slot`; "Update" commits the edit.
     void configureDevice(int slot);
+    // "Add A Device"; a device the probe sheet finishes is added.
+    void addDevice();
+    // Adds a finished new device: its file, the "Devices" list, its page and
+    // rows, and its first (silent) query at once. False when it cannot be.
+    bool addNewDevice(const DeviceRecord &device);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -45,6 +51,7 @@ private:
     void scheduleRefresh();
 
     ConfigContext &context_;
+    QueryCycle &cycle_;
     DeviceStore &app_;
     Prompter &prompter_;
     QTabWidget *tabs_;

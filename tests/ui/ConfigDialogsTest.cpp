@@ -12,6 +12,7 @@
 #include "MailTestSupport.h"
 #include "ProbeListView.h"
 #include "ScriptConsole.h"
+#include "DialogDriver.h"
 #include "WindowFixture.h"
 
 #include <QAccessible>
@@ -35,20 +36,6 @@ using namespace cz::test;
 
 namespace {
 
-// Runs `act` on the modal dialog of type D once it is showing (the code
-// that opens it is blocked in its event loop meanwhile).
-template <class D>
-void whenShown(std::function<void(D &)> act, int triesLeft = 200)
-{
-    QTimer::singleShot(10, [act, triesLeft] {
-        if (auto *dialog = qobject_cast<D *>(QApplication::activeModalWidget()); dialog && dialog->isVisible())
-            act(*dialog);
-        else if (triesLeft > 0)
-            whenShown<D>(act, triesLeft - 1);
-        else
-            ADD_FAILURE() << "no " << D::staticMetaObject.className() << " came up";
-    });
-}
 
 void retype(QLineEdit *edit, const QString &text)
 {

@@ -6,9 +6,10 @@
 
 namespace cz::test {
 
-WindowFixture::WindowFixture()
+WindowFixture::WindowFixture(Start start)
 {
-    copyFolder(QStringLiteral(CZ_SOURCE_DIR "/demo"), dir.path());
+    if (start == Start::Demo)
+        copyFolder(QStringLiteral(CZ_SOURCE_DIR "/demo"), dir.path());
     CommandLine cl;
     cl.dataDir = dir.path();
     app = std::make_unique<CCorvantaApp>(cl, QStringLiteral(CZ_BIN_DIR), clock, sound);
@@ -26,7 +27,7 @@ WindowFixture::WindowFixture()
     const QByteArray root = app->store().folder().root;
     ScriptConsoleWindow *shown = console.get();
     context.reset(new ConfigContext{app->store(), prompter, files, app->alerts().emailQueue(), app->alerts().dialer(),
-                                    sound, [shown, root](const QByteArray &script) { return shown->run(script, root); }});
+                                    sound, app->session(), [shown, root](const QByteArray &script) { return shown->run(script, root); }});
     sheet = std::make_unique<MainSheet>(*context, app->queryCycle());
     sheet->shutDown = [this] { app->shutDown(); };
 }

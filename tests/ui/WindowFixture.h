@@ -39,7 +39,8 @@ public:
 };
 
 struct WindowFixture {
-    WindowFixture();
+    enum class Start { Demo, EmptyFolder };
+    explicit WindowFixture(Start start = Start::Demo);
     static void copyFolder(const QString &from, const QString &to);
     // One round of queries, waited for.
     void tick();

@@ -12,6 +12,7 @@ namespace cz {
 class DeviceStore;
 class EmailQueue;
 class FileChooser;
+class HttpSession;
 class Prompter;
 class SoundPlayer;
 class VoiceDialer;
@@ -23,6 +24,8 @@ struct ConfigContext {
     EmailQueue &mail;
     VoiceDialer &dialer;
     SoundPlayer &sound;
+    // Automatic configuration fetches through the program's session.
+    HttpSession &session;
     // Runs an e-mail test script in the console window; 0 or an errno.
     std::function<int(const QByteArray &scriptPath)> runScript;
 };

@@ -1,0 +1,105 @@
+#include "NewDevice.h"
+
+#include <cstdio>
+
+namespace cz {
+
+namespace {
+
+constexpr const char *kModels[] = {"Model R4", "Model R16", "Model RM1", "Model P4", "Model P16"};
+constexpr int kModelProbes[] = {4, 16, 12, 4, 16};
+constexpr const char kDefaultSubject[] = "Corvanta $ALARM_STATE on $DEVICE_NAME:$PROBE_NAME";
+
+bool isCombinedSensor(const QByteArray &model)
+{
+    return model.compare("Model RM1", Qt::CaseInsensitive) == 0;
+}
+
+QByteArray numbered(const char *format, int n)
+{
+    char buf[32];
+    std::snprintf(buf, sizeof buf, format, n);
+    return buf;
+}
+
+} // namespace
+
+int modelProbeCount(const QByteArray &model)
+{
+    for (std::size_t i = 0; i < std::size(kModels); ++i)
+        if (model.compare(kModels[i], Qt::CaseInsensitive) == 0)
+            return kModelProbes[i];
+    return 0;
+}
+
+void fillTypedDevice(NewDeviceSettings &s)
+{
+    s.probeCount = modelProbeCount(s.model);
+    s.units = DisplayUnits::F;
+    s.serial.clear();
+    s.firmware.clear();
+    for (QByteArray &g : s.groupNames)
+        g = "Group 1";
+    for (int i = 0; i < kMaxProbes; ++i) {
+        s.probeNames[std::size_t(i)] = numbered("Probe %02d", i + 1);
+        s.probeTypes[std::size_t(i)] = "Temperature";
+    }
+}
+
+std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const QByteArray &dataFolder)
+{
+    auto device = std::make_unique<DeviceRecord>();
+    device->DeviceAddress = s.address;
+    device->DeviceName = s.name;
+    device->DevicePort = s.port;
+    device->DeviceModel = s.model;
+    device->DeviceSerial = s.serial;
+    device->DeviceVersion = s.firmware;
+    device->ProbeCount = s.probeCount;
+    // Units outside F, C, K and R are taken as F.
+    const int units = int(s.units);
+    device->DisplayUnits = units >= 0 && units <= 3 ? s.units : DisplayUnits::F;
+    device->QueryInterval = s.queryInterval;
+    device->LoggingEnabled = s.logging ? 1 : 0;
+    device->LogQueryFailures = s.logQueryFailures ? 1 : 0;
+    device->UseProxy = s.useProxy ? 1 : 0;
+    device->ProxyServerAddress = s.proxyAddress;
+    device->ProxyServerPort = s.proxyPort;
+    device->ProxyServerUserName = s.proxyUserName;
+    device->ProxyServerPassword = s.proxyPassword;
+
+    const bool combined = isCombinedSensor(s.model);
+    for (int i = 0; i < device->probeSlots(); ++i) {
+        auto p = std::make_unique<ProbeRecord>();
+        p->ProbeNumber = i + 1;
+        p->ProbeEnabled = 1;
+        p->SMTPPort = 25;
+        p->GroupNumber = combined ? i / 3 + 1 : 1;
+        p->GroupName = s.groupNames[std::size_t(combined ? (i / 3) % 4 : 0)];
+        p->ProbeName = s.probeNames[std::size_t(i)];
+        if (p->ProbeName.empty())
+            p->ProbeName = numbered("Probe%02d", i + 1);
+        const QByteArray &type = s.probeTypes[std::size_t(i)];
+        if (type.compare("Humidity", Qt::CaseInsensitive) == 0)
+            p->ProbeType = ProbeType::Humidity;
+        else if (type.compare("Wetness", Qt::CaseInsensitive) == 0)
+            p->ProbeType = ProbeType::Wetness;
+        else if (type.compare("Switch", Qt::CaseInsensitive) == 0)
+            p->ProbeType = ProbeType::Switch;
+        else
+            p->ProbeType = ProbeType::Temperature;
+        p->DisplayUnits = device->DisplayUnits;
+        p->EmailTemplate = dataFolder + "/Templates/DefaultEmailTemplate.txt";
+        p->EmailAlarmSubject = kDefaultSubject;
+        p->EmailCautionSubject = kDefaultSubject;
+        p->EmailClearedSubject = kDefaultSubject;
+        p->LogFile = probeFilePath(dataFolder + "/Logs", s.name, i + 1, p->ProbeName.bytes(), "log");
+        p->DataLogFile = probeFilePath(dataFolder + "/Data", s.name, i + 1, p->ProbeName.bytes(), "csv");
+        p->ChartDataColor = defaultChartColor(i);
+        p->ChartDataSymbol = defaultChartSymbol(i);
+        device->Probes[std::size_t(i)] = std::move(p);
+    }
+    return device;
+}
+
+} // namespace cz

@@ -1,0 +1,47 @@
+// A device being added: what the add-device dialog (typed or fetched from
+// the device) knows of it, and the records built from that.
+#pragma once
+
+#include "Records.h"
+
+#include <QByteArray>
+
+#include <array>
+#include <memory>
+
+namespace cz {
+
+struct NewDeviceSettings {
+    QByteArray address;
+    QByteArray name;
+    int port = 80;
+    QByteArray model;          // "Model R4", ...
+    int probeCount = 0;
+    DisplayUnits units = DisplayUnits::F;
+    int queryInterval = 30;
+    bool logging = false;
+    bool logQueryFailures = false;
+    bool useProxy = false;
+    QByteArray proxyAddress, proxyUserName, proxyPassword;
+    int proxyPort = 8080;
+    QByteArray serial, firmware;
+    std::array<QByteArray, 4> groupNames;
+    std::array<QByteArray, kMaxProbes> probeNames;
+    std::array<QByteArray, kMaxProbes> probeTypes;  // "Temperature", "Humidity", ...
+};
+
+// The probe count "Add" gives a model (4, 16, 12, 4, 16); 0 for no model.
+int modelProbeCount(const QByteArray &model);
+
+// "Add" without automatic configuration: the model's probe count, groups
+// "Group 1", probes "Probe %02d" measuring temperature, units F.
+void fillTypedDevice(NewDeviceSettings &settings);
+
+// The working records of a new device: every probe enabled with no alert
+// action, its group (four groups of three on the combined sensor model),
+// name ("Probe%02d" when none), type and unit, the default template and
+// subjects, its log and data files in the data folder, and its chart
+// colour and symbol.
+std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &settings, const QByteArray &dataFolder);
+
+} // namespace cz

@@ -1,0 +1,402 @@
+// Adding devices from the window: "Add A Device" typed or filled in by
+// "Auto Configure" from a simulated device, the confirmation windows, the
+// probe sheet, and the new device monitored at once.
+#include "AddDeviceDlg.h"
+#include "AutoConfConfirmDlg.h"
+#include "CfgDeviceDlg.h"
+#include "DeviceConfigPage.h"
+#include "DeviceConfigSheet.h"
+#include "DeviceListPage.h"
+#include "ProbeTableModel.h"
+#include "SimDevice.h"
+#include "DialogDriver.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTcpServer>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace cz;
+using namespace cz::test;
+
+namespace {
+
+
+// "Add A Device" from the list page, with `act` run in it.
+void addDevice(WindowFixture &f, std::function<void(CAddDeviceDlg &)> act)
+{
+    f.sheet->show();
+    whenShown<CAddDeviceDlg>(act);
+    QTest::mouseClick(f.sheet->deviceList().addButton, Qt::LeftButton);
+    QApplication::processEvents(); // the queued request opens the dialog
+}
+
+int simulated(WindowFixture &f, devsim::SimDevice device)
+{
+    device.port = 0;
+    return f.sim.port(f.sim.addDevice(device));
+}
+
+// Types address and port and presses "Auto Configure"; `confirm` runs in
+// the confirmation window. The demo devices are at 127.0.0.1, so the new
+// one is reached by name.
+template <class Confirm>
+void autoConfigure(CAddDeviceDlg &d, int port, std::function<void(Confirm &)> confirm)
+{
+    d.address->setText("localhost");
+    d.port->setText(QString::number(port));
+    whenShown<Confirm>(confirm);
+    QTest::mouseClick(d.autoButton, Qt::LeftButton);
+}
+
+QStringList probeNames(const DeviceRecord &d)
+{
+    QStringList names;
+    for (int i = 0; i < d.probeSlots(); ++i)
+        names << d.probe(i)->ProbeName.str();
+    return names;
+}
+
+} // namespace
+
+TEST(AddDevice, AutoConfiguringAnR4AddsItAndItsFirstQueryIsSilent)
+{
+    WindowFixture f;
+    f.sheet->show();
+    devsim::SimDevice sim = simDevice("Model R4", {72, 150, 71, 70}, "Attic");
+    sim.serial = "SN4-77";
+    const int port = simulated(f, sim);
+    bool sheetShown = false;
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        EXPECT_EQ(d.windowTitle(), "Add A Device");
+        EXPECT_EQ(d.port->text(), "80");
+        EXPECT_EQ(d.model->currentIndex(), -1);
+        EXPECT_EQ(d.interval->currentText(), "30 secs.");
+        EXPECT_FALSE(d.proxyAddress->isEnabled());
+        d.logging->setChecked(true);
+        autoConfigure<CAutoConfConfirm04Dlg>(d, port, [&](CAutoConfConfirm04Dlg &c) {
+            EXPECT_EQ(c.windowTitle(), "Automatic Configuration Details");
+            QStringList shown;
+            for (QLineEdit *e : c.findChildren<QLineEdit *>())
+                shown << e->text();
+            EXPECT_TRUE(shown.contains("Attic"));
+            EXPECT_TRUE(shown.contains("SN4-77"));
+            EXPECT_TRUE(shown.contains("Model R4"));
+            EXPECT_TRUE(shown.contains("Probe 2"));
+            EXPECT_TRUE(shown.contains("Fahrenheit (F)"));
+            whenShown<CDeviceConfigSheet>([&](CDeviceConfigSheet &sheet) {
+                sheetShown = true;
+                EXPECT_EQ(sheet.windowTitle(), "Attic");
+                EXPECT_EQ(sheet.pageCount(), 4);
+                CDeviceConfigPage &p2 = *sheet.page(1);
+                sheet.tabs().setCurrentIndex(1);
+                p2.thresholds[0]->setEditText("100");
+                p2.thresholds[1]->setEditText("90");
+                p2.thresholds[2]->setEditText("40");
+                p2.thresholds[3]->setEditText("30");
+                QTest::mouseClick(sheet.okButton, Qt::LeftButton);
+            });
+            QTest::mouseClick(c.okButton, Qt::LeftButton);
+        });
+    });
+    ASSERT_TRUE(sheetShown) << f.prompter.told.join("|").toStdString();
+    ASSERT_EQ(f.store().deviceCount(), 5);
+    const DeviceRecord &d = *f.store().device(4);
+    EXPECT_EQ(d.DeviceName.bytes(), "Attic");
+    EXPECT_EQ(d.DeviceModel.bytes(), "Model R4");
+    EXPECT_EQ(d.DeviceSerial.bytes(), "SN4-77");
+    EXPECT_EQ(probeNames(d), (QStringList{"Probe 1", "Probe 2", "Probe 3", "Probe 4"}));
+    EXPECT_EQ(f.sheet->tabs().tabText(5), "Attic");
+    const QByteArray settings = readFile(f.store().folder().settingsFile());
+    EXPECT_TRUE(settings.contains("Device005=Attic\r\n")) << settings.constData();
+    const QByteArray file = readFile(f.store().folder().deviceFile("Attic"));
+    EXPECT_TRUE(file.contains("[Probe04]"));
+    EXPECT_TRUE(file.contains("HighAlarmTemp=100.00\r\n"));
+    EXPECT_TRUE(file.contains("EmailAlarmSubject=Corvanta $ALARM_STATE on $DEVICE_NAME:$PROBE_NAME\r\n"));
+    EXPECT_TRUE(file.contains("DeviceAddress=localhost\r\n"));
+    const QByteArray log = readFile(d.probe(1)->LogFile.bytes());
+    EXPECT_TRUE(log.contains("New device added.\r\n")) << log.constData();
+    EXPECT_TRUE(d.probe(1)->LogFile.bytes().endsWith("/Logs/Attic-Probe02-(Probe 2).log"));
+
+    // The first query ran at once: readings in, no alarm raised though
+    // probe 2 reads 150 over its 100.
+    ASSERT_TRUE(waitUntil([&] { return d.probe(1)->CurrentTemp != kNoTemp; }));
+    EXPECT_EQ(d.probe(1)->CurrentTemp, 150.0);
+    EXPECT_EQ(d.probe(1)->HighAlarmSent, 0);
+    EXPECT_FALSE(readFile(d.probe(1)->LogFile.bytes()).contains("alarm"));
+    EXPECT_TRUE(waitUntil([&] { return f.sheet->deviceList().model().rowCount() >= 20; }));
+    // A later query alerts.
+    f.clock.advance(60);
+    f.tick();
+    EXPECT_TRUE(waitUntil([&] { return d.probe(1)->HighAlarmSent == 1; }));
+}
+
+TEST(AddDevice, AddForTheCombinedSensorGivesTwelveTemperatureProbesInFourGroups)
+{
+    WindowFixture f;
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        QTest::mouseClick(d.addButton, Qt::LeftButton);
+        EXPECT_EQ(f.prompter.told.value(0), "Please select a device model.\n");
+        EXPECT_TRUE(d.isVisible());
+        d.address->setText("127.0.0.1");
+        d.name->setText("Shed");
+        d.model->setCurrentIndex(2);
+        whenShown<CDeviceConfigSheet>([&](CDeviceConfigSheet &sheet) {
+            EXPECT_EQ(sheet.pageCount(), 12);
+            const DeviceRecord &s = sheet.scratch();
+            for (int i = 0; i < 12; ++i) {
+                EXPECT_EQ(s.probe(i)->ProbeType, ProbeType::Temperature);
+                EXPECT_EQ(s.probe(i)->GroupNumber, i / 3 + 1);
+                EXPECT_EQ(s.probe(i)->GroupName.bytes(), "Group 1");
+                EXPECT_EQ(s.probe(i)->ProbeName.str(), QString::asprintf("Probe %02d", i + 1));
+                EXPECT_EQ(s.probe(i)->ChartDataColor, defaultChartColor(i));
+            }
+            // A probe left without a name is named without the blank.
+            sheet.page(6)->probeName->clear();
+            sheet.tabs().setCurrentIndex(6);
+            sheet.page(6)->probeName->clear();
+            QTest::mouseClick(sheet.cancelButton, Qt::LeftButton);
+        });
+        QTest::mouseClick(d.addButton, Qt::LeftButton);
+        // Cancelling the sheet comes back here with the fields as typed.
+        EXPECT_TRUE(d.isVisible());
+        EXPECT_EQ(d.name->text(), "Shed");
+        EXPECT_EQ(d.model->currentText(), "Model RM1");
+        d.reject();
+    });
+    EXPECT_EQ(f.store().deviceCount(), 4);
+    EXPECT_FALSE(exists(f.store().folder().deviceFile("Shed")));
+}
+
+TEST(AddDevice, TheCombinedSensorInKelvinAndAPModelInCelsiusAreConfiguredFromTheDevice)
+{
+    WindowFixture f;
+    devsim::SimDevice rm = devsim::SimDevice::generated("Model RM1", 12, 1);
+    rm.units = 'K';
+    rm.name = "Greenhouse 2";
+    const int rmPort = simulated(f, rm);
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        autoConfigure<CAutoConfConfirmRMDlg>(d, rmPort, [&](CAutoConfConfirmRMDlg &c) {
+            QStringList shown;
+            for (QLineEdit *e : c.findChildren<QLineEdit *>())
+                shown << e->text();
+            EXPECT_TRUE(shown.contains("Kelvin (K)")) << shown.join('|').toStdString();
+            EXPECT_TRUE(shown.contains("Group A"));
+            EXPECT_TRUE(shown.contains("2.1"));
+            f.picture(c, "autoconf-rm1.png");
+            whenShown<CDeviceConfigSheet>([&](CDeviceConfigSheet &sheet) {
+                const DeviceRecord &s = sheet.scratch();
+                EXPECT_EQ(s.DisplayUnits, DisplayUnits::K);
+                EXPECT_EQ(s.probe(1)->ProbeType, ProbeType::Humidity);
+                EXPECT_EQ(s.probe(2)->ProbeType, ProbeType::Wetness);
+                EXPECT_EQ(s.probe(3)->GroupName.bytes(), "Group B");
+                EXPECT_EQ(s.probe(0)->DisplayUnits, DisplayUnits::K);
+                QTest::mouseClick(sheet.okButton, Qt::LeftButton);
+            });
+            c.okButton->click();
+        });
+    });
+    ASSERT_EQ(f.store().deviceCount(), 5);
+    EXPECT_EQ(f.store().device(4)->DisplayUnits, DisplayUnits::K);
+    EXPECT_EQ(f.store().device(4)->DeviceVersion.bytes(), "2.1");
+
+    devsim::SimDevice p4 = simDevice("Model P4", {21, 22, 23, 24}, "Fridge");
+    p4.units = 'C';
+    const int p4Port = simulated(f, p4);
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        autoConfigure<CAutoConfConfirm04Dlg>(d, p4Port, [&](CAutoConfConfirm04Dlg &c) {
+            f.picture(c, "autoconf-4-probes.png");
+            whenShown<CDeviceConfigSheet>([&](CDeviceConfigSheet &sheet) {
+                EXPECT_EQ(sheet.scratch().DisplayUnits, DisplayUnits::F); // the P models end as F
+                sheet.reject();
+            });
+            c.okButton->click();
+        });
+        d.reject();
+    });
+    devsim::SimDevice r16 = devsim::SimDevice::generated("Model R16", 16, 2);
+    const int r16Port = simulated(f, r16);
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        autoConfigure<CAutoConfConfirm16Dlg>(d, r16Port, [&](CAutoConfConfirm16Dlg &c) {
+            EXPECT_LE(c.sizeHint().height(), 768);
+            f.picture(c, "autoconf-16-probes.png");
+            c.cancelButton->click();
+        });
+        EXPECT_TRUE(waitUntil([&] { return !d.busy() && QApplication::activeModalWidget() == &d; }));
+        d.resize(d.sizeHint());
+        f.picture(d, "add-device.png");
+        d.reject();
+    });
+    EXPECT_EQ(f.store().deviceCount(), 5);
+}
+
+TEST(AddDevice, UnsupportedDevicesAndRefusedConnectionsAreReportedAndLogged)
+{
+    WindowFixture f;
+    const int x9 = simulated(f, simDevice("Model X9", {70}, "Odd"));
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        d.logFailures->setChecked(true);
+        d.address->setText("localhost");
+        d.port->setText(QString::number(x9));
+        QTest::mouseClick(d.autoButton, Qt::LeftButton);
+        EXPECT_TRUE(d.busy());
+        EXPECT_TRUE(d.progress->isVisible());
+        EXPECT_EQ(d.progress->text(), "Contacting the device...");
+        EXPECT_FALSE(d.addButton->isEnabled());
+        EXPECT_TRUE(waitUntil([&] { return !f.prompter.told.isEmpty(); }));
+        const QString expected = "This is an unsupported device or the query failed.\nPlease verify the device "
+                                 "connection and type.\n\nDetails about the error returned by the communications\n"
+                                 "module can be found in the error log here:\n\n" +
+                                 QString::fromUtf8(f.store().folder().autoConfErrorLog());
+        EXPECT_EQ(f.prompter.told.value(0), expected);
+        EXPECT_TRUE(d.addButton->isEnabled());
+
+        // Nothing listens on this port: three refusals, then the same message.
+        QTcpServer closed;
+        ASSERT_TRUE(closed.listen(QHostAddress::LocalHost));
+        const quint16 refused = closed.serverPort();
+        closed.close();
+        d.port->setText(QString::number(refused));
+        QTest::mouseClick(d.autoButton, Qt::LeftButton);
+        EXPECT_TRUE(waitUntil([&] { return f.prompter.told.size() == 2; }));
+        EXPECT_EQ(f.prompter.told.value(1), expected);
+        d.reject();
+    });
+    EXPECT_EQ(f.store().deviceCount(), 4);
+    const QByteArray log = readFile(f.store().folder().autoConfErrorLog());
+    EXPECT_EQ(log.count("This is an unsupported device or the query failed."), 2) << log.constData();
+    const QByteArray internet = readFile(f.store().folder().internetErrorLog());
+    EXPECT_EQ(internet.count("A connection with the server could not be established"), 3) << internet.constData();
+}
+
+TEST(AddDevice, ASlowDeviceCanBeAbandonedAndTheDialogStaysResponsive)
+{
+    WindowFixture f;
+    const int index = f.sim.addDevice(simDevice("Model R4", {70}, "Slow"));
+    f.sim.setFault(index, devsim::Fault::Hang);
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        d.address->setText("localhost");
+        d.port->setText(QString::number(f.sim.port(index)));
+        QTest::mouseClick(d.autoButton, Qt::LeftButton);
+        EXPECT_TRUE(d.busy());
+        QTest::qWait(200);
+        // Other devices go on being polled meanwhile.
+        f.tick();
+        EXPECT_NE(f.store().device(0)->LastContactTimeVal, 0);
+        QTest::mouseClick(d.cancelButton, Qt::LeftButton);
+        EXPECT_FALSE(d.busy());
+        EXPECT_TRUE(d.isVisible());
+        EXPECT_TRUE(d.autoButton->isEnabled());
+        d.reject();
+    });
+    EXPECT_TRUE(f.prompter.told.isEmpty());
+}
+
+TEST(AddDevice, AKnownAddressOffersToReconfigureThatDevice)
+{
+    WindowFixture f;
+    bool configureOpened = false;
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        d.address->setText("127.0.0.1");
+        f.prompter.answers = {false};
+        QTest::mouseClick(d.autoButton, Qt::LeftButton);
+        EXPECT_EQ(f.prompter.questions.value(0), "CAUTION: A device with this address has\nalready been configured in "
+                                                 "Corvanta Zephtra.\n\nWould you like to reconfigure that device?");
+        EXPECT_TRUE(d.isVisible());
+        EXPECT_FALSE(d.busy());
+        f.prompter.answers = {true};
+        whenShown<CCfgDeviceDlg>([&](CCfgDeviceDlg &c) {
+            configureOpened = true;
+            EXPECT_EQ(c.name->text(), "Server Room");
+            f.prompter.answers = {true};
+            c.reject();
+        });
+        QTest::mouseClick(d.autoButton, Qt::LeftButton);
+    });
+    EXPECT_TRUE(waitUntil([&] { return configureOpened; }, 5000));
+}
+
+TEST(AddDevice, BadInputIsRefusedAtAddAndNothingIsWritten)
+{
+    WindowFixture f;
+    const QByteArray settings = readFile(f.store().folder().settingsFile());
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        d.model->setCurrentIndex(0);
+        const auto refusal = [&](const char *address, const char *name, const char *port) {
+            f.prompter.told.clear();
+            d.address->setText(address);
+            d.name->setText(name);
+            d.port->setText(port);
+            QTest::mouseClick(d.addButton, Qt::LeftButton);
+            EXPECT_TRUE(waitUntil([&] { return !f.prompter.told.isEmpty(); }, 20000)) << name;
+            return f.prompter.told.value(0);
+        };
+        EXPECT_TRUE(refusal("127.0.0.1", "", "80").startsWith("\"Device Name:\" is empty"));
+        EXPECT_TRUE(refusal("127.0.0.1", "..", "80").startsWith("\"Device Name:\" The device name \"..\""));
+        EXPECT_TRUE(refusal("127.0.0.1", "Cold Store", "80").contains("Another device is already named"));
+        EXPECT_TRUE(refusal("127.0.0.1", "New", "0").contains("from 1 to 65535"));
+        EXPECT_TRUE(refusal("no-such-host.invalid", "New", "80")
+                        .startsWith("\"The IP address or domain name for this device:\" \"no-such-host.invalid\" "
+                                    "could not be found"));
+        d.reject();
+    });
+    EXPECT_EQ(f.store().deviceCount(), 4);
+    EXPECT_EQ(readFile(f.store().folder().settingsFile()), settings);
+    EXPECT_FALSE(exists(f.store().folder().deviceFile("New")));
+}
+
+TEST(AddDevice, AConfigurationWithTooManyProbesIsRefused)
+{
+    WindowFixture f;
+    devsim::SimDevice d20 = simDevice("Model R16", {70}, "Big");
+    // The count field says 20.
+    for (int i = 1; i < 20; ++i)
+        d20.probes.append(d20.probes.first());
+    const int port = simulated(f, d20);
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        d.address->setText("localhost");
+        d.port->setText(QString::number(port));
+        QTest::mouseClick(d.autoButton, Qt::LeftButton);
+        EXPECT_TRUE(waitUntil([&] { return !f.prompter.told.isEmpty(); }));
+        EXPECT_TRUE(f.prompter.told.value(0).startsWith("The device reports 20 probes")) << f.prompter.told.value(0).toStdString();
+        d.reject();
+    });
+    EXPECT_EQ(f.store().deviceCount(), 4);
+}
+
+TEST(AddDevice, AnEmptyDataFolderSaysHowToAddTheFirstDevice)
+{
+    WindowFixture f(WindowFixture::Start::EmptyFolder);
+    f.sheet->show();
+    EXPECT_EQ(f.store().deviceCount(), 0);
+    QStringList texts;
+    for (QLabel *l : f.sheet->deviceList().findChildren<QLabel *>())
+        if (l->isVisible())
+            texts << l->text();
+    EXPECT_TRUE(texts.contains("No devices yet: press \"Add A Device\", type the device's address and port, then "
+                               "press \"Auto Configure\"."))
+        << texts.join('|').toStdString();
+    f.picture(*f.sheet, "first-run.png");
+    const int port = simulated(f, simDevice("Model R4", {70, 71, 72, 73}, "First"));
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        autoConfigure<CAutoConfConfirm04Dlg>(d, port, [&](CAutoConfConfirm04Dlg &c) {
+            whenShown<CDeviceConfigSheet>([](CDeviceConfigSheet &sheet) { sheet.okButton->click(); });
+            c.okButton->click();
+        });
+    });
+    ASSERT_EQ(f.store().deviceCount(), 1);
+    EXPECT_TRUE(readFile(f.store().folder().settingsFile()).contains("Device001=First\r\n"));
+    for (QLabel *l : f.sheet->deviceList().findChildren<QLabel *>())
+        EXPECT_FALSE(l->isVisible() && l->text().startsWith("No devices yet"));
+}
