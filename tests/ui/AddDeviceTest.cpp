@@ -182,6 +182,38 @@ TEST(AddDevice, AddForTheCombinedSensorGivesTwelveTemperatureProbesInFourGroups)
 TEST(AddDevice, TheCombinedSensorInKelvinAndAPModelInCelsiusAreConfiguredFromTheDevice)
 {
     WindowFixture f;
+    devsim::SimDevice p4 = simDevice("Model P4", {21, 22, 23, 24}, "Fridge");
+    p4.units = 'C';
+    const int p4Port = simulated(f, p4);
+    bool p4Confirmed = false;
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        autoConfigure<CAutoConfConfirm04Dlg>(d, p4Port, [&](CAutoConfConfirm04Dlg &c) {
+            p4Confirmed = true;
+            f.picture(c, "autoconf-4-probes.png");
+            whenShown<CDeviceConfigSheet>([&](CDeviceConfigSheet &sheet) {
+                EXPECT_EQ(sheet.scratch().DisplayUnits, DisplayUnits::F); // the P models end as F
+                sheet.reject();
+            });
+            c.okButton->click();
+        });
+        EXPECT_TRUE(waitUntil([&] { return p4Confirmed && QApplication::activeModalWidget() == &d; }));
+        d.reject();
+    });
+    EXPECT_TRUE(f.prompter.told.isEmpty()) << f.prompter.told.join('|').toStdString();
+    EXPECT_TRUE(f.prompter.questions.isEmpty()) << f.prompter.questions.join('|').toStdString();
+    devsim::SimDevice r16 = devsim::SimDevice::generated("Model R16", 16, 2);
+    const int r16Port = simulated(f, r16);
+    addDevice(f, [&](CAddDeviceDlg &d) {
+        autoConfigure<CAutoConfConfirm16Dlg>(d, r16Port, [&](CAutoConfConfirm16Dlg &c) {
+            EXPECT_LE(c.sizeHint().height(), 768);
+            f.picture(c, "autoconf-16-probes.png");
+            c.cancelButton->click();
+        });
+        EXPECT_TRUE(waitUntil([&] { return !d.busy() && QApplication::activeModalWidget() == &d; }));
+        d.resize(d.sizeHint());
+        f.picture(d, "add-device.png");
+        d.reject();
+    });
     devsim::SimDevice rm = devsim::SimDevice::generated("Model RM1", 12, 1);
     rm.units = 'K';
     rm.name = "Greenhouse 2";
@@ -207,38 +239,11 @@ TEST(AddDevice, TheCombinedSensorInKelvinAndAPModelInCelsiusAreConfiguredFromThe
             c.okButton->click();
         });
     });
+    // Only this one was added: the others were cancelled.
     ASSERT_EQ(f.store().deviceCount(), 5);
     EXPECT_EQ(f.store().device(4)->DisplayUnits, DisplayUnits::K);
     EXPECT_EQ(f.store().device(4)->DeviceVersion.bytes(), "2.1");
 
-    devsim::SimDevice p4 = simDevice("Model P4", {21, 22, 23, 24}, "Fridge");
-    p4.units = 'C';
-    const int p4Port = simulated(f, p4);
-    addDevice(f, [&](CAddDeviceDlg &d) {
-        autoConfigure<CAutoConfConfirm04Dlg>(d, p4Port, [&](CAutoConfConfirm04Dlg &c) {
-            f.picture(c, "autoconf-4-probes.png");
-            whenShown<CDeviceConfigSheet>([&](CDeviceConfigSheet &sheet) {
-                EXPECT_EQ(sheet.scratch().DisplayUnits, DisplayUnits::F); // the P models end as F
-                sheet.reject();
-            });
-            c.okButton->click();
-        });
-        d.reject();
-    });
-    devsim::SimDevice r16 = devsim::SimDevice::generated("Model R16", 16, 2);
-    const int r16Port = simulated(f, r16);
-    addDevice(f, [&](CAddDeviceDlg &d) {
-        autoConfigure<CAutoConfConfirm16Dlg>(d, r16Port, [&](CAutoConfConfirm16Dlg &c) {
-            EXPECT_LE(c.sizeHint().height(), 768);
-            f.picture(c, "autoconf-16-probes.png");
-            c.cancelButton->click();
-        });
-        EXPECT_TRUE(waitUntil([&] { return !d.busy() && QApplication::activeModalWidget() == &d; }));
-        d.resize(d.sizeHint());
-        f.picture(d, "add-device.png");
-        d.reject();
-    });
-    EXPECT_EQ(f.store().deviceCount(), 5);
 }
 
 TEST(AddDevice, UnsupportedDevicesAndRefusedConnectionsAreReportedAndLogged)

@@ -3,6 +3,7 @@
 #include "AutoConfConfirmDlg.h"
 #include "AutoConfiguration.h"
 #include "CfgDeviceDlg.h"
+#include "ConnectionFields.h"
 #include "DeviceConfigSheet.h"
 #include "DeviceSettingsCheck.h"
 #include "DeviceStore.h"
@@ -30,71 +31,16 @@ CAddDeviceDlg::CAddDeviceDlg(ConfigContext &context, QWidget *parent)
 {
     setWindowTitle(QStringLiteral("Add A Device"));
     auto *layout = new QVBoxLayout(this);
-    auto *grid = new QGridLayout;
-    address = textField(2049, this);
-    address->setMinimumWidth(360);
-    name = textField(65, this);
-    port = numberField(5, this);
-    port->setText(QStringLiteral("80"));
-    port->setMaximumWidth(90);
     model = new QComboBox(this);
     for (const char *m : kDeviceModels)
         model->addItem(QString::fromLatin1(m));
     model->setCurrentIndex(-1);
     model->setPlaceholderText(QStringLiteral("(select a model)"));
-    interval = new QComboBox(this);
-    for (const IntervalChoice &c : kIntervalChoices)
-        interval->addItem(QString::fromLatin1(c.text));
+    static_cast<ConnectionFields &>(*this) = addConnectionFields(this, layout, model);
+    port->setText(QStringLiteral("80"));
     interval->setCurrentIndex(3);
-    addRow(grid, 0, QStringLiteral("The IP address or domain name for this device:"), address);
-    addRow(grid, 1, QStringLiteral("Device Name:"), name);
-    auto *portRow = new QHBoxLayout;
-    portRow->addWidget(port);
-    portRow->addStretch(1);
-    grid->addWidget(buddyLabel(QStringLiteral("Internet query port (normally port 80):"), port, this), 2, 0);
-    grid->addLayout(portRow, 2, 1);
-    auto *modelRow = new QHBoxLayout;
-    modelRow->addWidget(model);
-    modelRow->addSpacing(16);
-    modelRow->addWidget(buddyLabel(QStringLiteral("Device Query Interval"), interval, this));
-    modelRow->addWidget(interval);
-    modelRow->addStretch(1);
-    grid->addWidget(buddyLabel(QStringLiteral("Device Model:"), model, this), 3, 0);
-    grid->addLayout(modelRow, 3, 1);
-    grid->setColumnStretch(1, 1);
-    layout->addLayout(grid);
-
-    logging = new QCheckBox(QStringLiteral("Data and status logging enabled for this device."), this);
-    logFailures = new QCheckBox(QStringLiteral("Log all device query failures."), this);
-    layout->addWidget(logging);
-    layout->addWidget(logFailures);
-
-    auto *proxyBox = new QGroupBox(this);
-    auto *proxyGrid = new QGridLayout(proxyBox);
-    const QString proxyQuestion =
-        QStringLiteral("Corvanta Zephtra contacts the device through an Internet proxy server:");
-    useProxy = new YesNoField(proxyQuestion, proxyBox);
     useProxy->setValue(false);
-    proxyGrid->addWidget(buddyLabel(proxyQuestion, useProxy->yesButton(), proxyBox), 0, 0, 1, 2);
-    proxyGrid->addWidget(useProxy, 0, 2, 1, 2);
-    proxyAddress = textField(2049, proxyBox);
-    proxyPort = numberField(5, proxyBox);
     proxyPort->setText(QStringLiteral("8080"));
-    proxyPort->setMaximumWidth(90);
-    proxyUser = textField(65, proxyBox);
-    proxyPassword = textField(65, proxyBox, QLineEdit::Password);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server IP address or domain name:"), proxyAddress, proxyBox),
-                         1, 0);
-    proxyGrid->addWidget(proxyAddress, 1, 1, 1, 3);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server port:"), proxyPort, proxyBox), 2, 0);
-    proxyGrid->addWidget(proxyPort, 2, 1);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server user name:"), proxyUser, proxyBox), 3, 0);
-    proxyGrid->addWidget(proxyUser, 3, 1);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server password:"), proxyPassword, proxyBox), 3, 2);
-    proxyGrid->addWidget(proxyPassword, 3, 3);
-    proxyGrid->setColumnStretch(1, 1);
-    proxyGrid->setColumnStretch(3, 1);
-    layout->addWidget(proxyBox);
 
     progress = new QLabel(this);
     progress->setVisible(false);
@@ -116,10 +62,7 @@ CAddDeviceDlg::CAddDeviceDlg(ConfigContext &context, QWidget *parent)
     connect(useProxy, &YesNoField::changed, this, &CAddDeviceDlg::updateEnabling);
     connect(interval, &QComboBox::activated, this, [this](int index) {
         if (intervalSeconds(index) < 30)
-            context_.prompter.tell(this, MessageIcon::Exclamation,
-                                   QStringLiteral("Setting the query interval to a value\nless than 30 seconds may "
-                                                  "increase the\nnumber of failed queries due to device\nresponse "
-                                                  "time limits and network latency.\n"));
+            context_.prompter.tell(this, MessageIcon::Exclamation, shortIntervalWarning());
     });
     connect(addButton, &QPushButton::clicked, this, &CAddDeviceDlg::add);
     connect(autoButton, &QPushButton::clicked, this, &CAddDeviceDlg::autoConfigure);

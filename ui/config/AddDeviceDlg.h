@@ -4,6 +4,7 @@
 #pragma once
 
 #include "ConfigContext.h"
+#include "ConnectionFields.h"
 #include "NewDevice.h"
 
 #include <QDialog>
@@ -23,7 +24,7 @@ class DeviceAutoConfiguration;
 class YesNoField;
 struct AutoConfResult;
 
-class CAddDeviceDlg final : public QDialog {
+class CAddDeviceDlg final : public QDialog, public ConnectionFields {
     Q_OBJECT
 public:
     CAddDeviceDlg(ConfigContext &context, QWidget *parent = nullptr);
@@ -37,11 +38,7 @@ public:
     int reconfigureSlot() const { return reconfigureSlot_; }
     bool busy() const;
 
-    QLineEdit *address, *name, *port;
-    QComboBox *model, *interval;
-    QCheckBox *logging, *logFailures;
-    YesNoField *useProxy;
-    QLineEdit *proxyAddress, *proxyPort, *proxyUser, *proxyPassword;
+    QComboBox *model;
     QLabel *progress;
     QPushButton *addButton, *autoButton, *cancelButton;
 

@@ -1,5 +1,7 @@
 #include "CfgDeviceDlg.h"
 
+#include "ConnectionFields.h"
+
 #include "DeviceCfgEmailDlg.h"
 #include "DeviceConfigSheet.h"
 #include "DeviceFile.h"
@@ -43,66 +45,10 @@ CCfgDeviceDlg::CCfgDeviceDlg(ConfigContext &context, int slot, QWidget *parent)
     setWindowTitle(QStringLiteral("Configure A Device"));
     auto *layout = new QVBoxLayout(this);
 
-    auto *grid = new QGridLayout;
-    address = textField(2049, this);
-    address->setMinimumWidth(360);
-    name = textField(65, this);
-    port = numberField(5, this);
-    port->setMaximumWidth(90);
     model = new QLineEdit(this);
     model->setReadOnly(true);
     model->setMaximumWidth(160);
-    interval = new QComboBox(this);
-    for (const IntervalChoice &c : kIntervalChoices)
-        interval->addItem(QString::fromLatin1(c.text));
-    interval->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    addRow(grid, 0, QStringLiteral("The IP address or domain name for this device:"), address);
-    addRow(grid, 1, QStringLiteral("Device Name:"), name);
-    auto *portRow = new QHBoxLayout;
-    portRow->addWidget(port);
-    portRow->addStretch(1);
-    grid->addWidget(buddyLabel(QStringLiteral("Internet query port (normally port 80):"), port, this), 2, 0);
-    grid->addLayout(portRow, 2, 1);
-    auto *modelRow = new QHBoxLayout;
-    modelRow->addWidget(model);
-    modelRow->addSpacing(16);
-    modelRow->addWidget(buddyLabel(QStringLiteral("Device Query Interval"), interval, this));
-    modelRow->addWidget(interval);
-    modelRow->addStretch(1);
-    grid->addWidget(buddyLabel(QStringLiteral("Device Model:"), model, this), 3, 0);
-    grid->addLayout(modelRow, 3, 1);
-    grid->setColumnStretch(1, 1);
-    layout->addLayout(grid);
-
-    logging = new QCheckBox(QStringLiteral("Data and status logging enabled for this device."), this);
-    logFailures = new QCheckBox(QStringLiteral("Log all device query failures."), this);
-    layout->addWidget(logging);
-    layout->addWidget(logFailures);
-
-    auto *proxyBox = new QGroupBox(this);
-    auto *proxyGrid = new QGridLayout(proxyBox);
-    const QString proxyQuestion =
-        QStringLiteral("Corvanta Zephtra contacts the device through an Internet proxy server:");
-    useProxy = new YesNoField(proxyQuestion, proxyBox);
-    proxyGrid->addWidget(buddyLabel(proxyQuestion, useProxy->yesButton(), proxyBox), 0, 0, 1, 2);
-    proxyGrid->addWidget(useProxy, 0, 2, 1, 2);
-    proxyAddress = textField(2049, proxyBox);
-    proxyPort = numberField(5, proxyBox);
-    proxyPort->setMaximumWidth(90);
-    proxyUser = textField(65, proxyBox);
-    proxyPassword = textField(65, proxyBox, QLineEdit::Password);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server IP address or domain name:"), proxyAddress, proxyBox),
-                         1, 0);
-    proxyGrid->addWidget(proxyAddress, 1, 1, 1, 3);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server port:"), proxyPort, proxyBox), 2, 0);
-    proxyGrid->addWidget(proxyPort, 2, 1);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server user name:"), proxyUser, proxyBox), 3, 0);
-    proxyGrid->addWidget(proxyUser, 3, 1);
-    proxyGrid->addWidget(buddyLabel(QStringLiteral("Proxy server password:"), proxyPassword, proxyBox), 3, 2);
-    proxyGrid->addWidget(proxyPassword, 3, 3);
-    proxyGrid->setColumnStretch(1, 1);
-    proxyGrid->setColumnStretch(3, 1);
-    layout->addWidget(proxyBox);
+    static_cast<ConnectionFields &>(*this) = addConnectionFields(this, layout, model);
 
     auto *alertBox = new QGroupBox(this);
     auto *alertGrid = new QGridLayout(alertBox);
@@ -233,10 +179,7 @@ void CCfgDeviceDlg::connectFields()
         working_->markChanged(DeviceBit::QueryInterval);
         changed();
         if (working_->QueryInterval < 30)
-            context_.prompter.tell(this, MessageIcon::Exclamation,
-                                   QStringLiteral("Setting the query interval to a value\nless than 30 seconds may "
-                                                  "increase the\nnumber of failed queries due to device\nresponse "
-                                                  "time limits and network latency.\n"));
+            context_.prompter.tell(this, MessageIcon::Exclamation, shortIntervalWarning());
     });
     connect(queryFailCount, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (filling_ || index < 0)

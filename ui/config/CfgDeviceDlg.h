@@ -5,6 +5,7 @@
 #pragma once
 
 #include "ConfigContext.h"
+#include "ConnectionFields.h"
 
 #include <QDialog>
 
@@ -32,7 +33,7 @@ inline constexpr IntervalChoice kIntervalChoices[] = {
 // Seconds for a list index; any other index gives 30.
 int intervalSeconds(int index);
 
-class CCfgDeviceDlg final : public QDialog {
+class CCfgDeviceDlg final : public QDialog, public ConnectionFields {
     Q_OBJECT
 public:
     CCfgDeviceDlg(ConfigContext &context, int slot, QWidget *parent = nullptr);
@@ -42,11 +43,7 @@ public:
     DeviceRecord &working() { return *working_; }
     int slot() const { return slot_; }
 
-    QLineEdit *address, *name, *port, *model;
-    QComboBox *interval;
-    QCheckBox *logging, *logFailures;
-    YesNoField *useProxy;
-    QLineEdit *proxyAddress, *proxyPort, *proxyUser, *proxyPassword;
+    QLineEdit *model;
     QCheckBox *queryFailAlert;
     QComboBox *queryFailCount;
     QPushButton *emailDetails;
