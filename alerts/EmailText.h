@@ -2,6 +2,8 @@
 // recipient lists and the mailer command lines of the scripts.
 #pragma once
 
+#include "Records.h"
+
 #include <QByteArray>
 #include <QList>
 
@@ -40,7 +42,6 @@ QByteArray templatePathOrDefault(const DeviceStore &app, const QByteArray &path)
 
 // The subject field for the probe's alarm state, or the default one.
 QByteArray subjectTemplate(const ProbeRecord &probe);
-inline constexpr char kDefaultSubject[] = "Corvanta $ALARM_STATE on $DEVICE_NAME:$PROBE_NAME";
 
 // Reads a template or recipient list whole: 1 to 16,384 bytes, cut at the
 // first NUL.

@@ -130,12 +130,10 @@ QString configurationProblem(const QByteArray &configText, const FetchedConfigur
             .arg(c.probeCount)
             .arg(kMaxProbes);
     for (const QByteArray &field : configText.split('|')) {
-        for (char ch : field.trimmed()) {
-            const auto u = static_cast<unsigned char>(ch);
-            if (u < 0x20 || u == 0x7f)
-                return QStringLiteral("The device's configuration page holds control characters in its names.\n"
-                                      "The device was not added.");
-        }
+        const QByteArray text = field.trimmed();
+        if (withoutControlCharacters(text) != text)
+            return QStringLiteral("The device's configuration page holds control characters in its names.\n"
+                                  "The device was not added.");
     }
     return {};
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "HttpSession.h"
+#include "NewDevice.h"
 #include "Records.h"
 
 #include <QObject>
@@ -15,8 +16,6 @@ namespace cz {
 
 class DeviceStore;
 
-// The model list of the add-device dialog, in its order.
-inline constexpr const char *kDeviceModels[] = {"Model R4", "Model R16", "Model RM1", "Model P4", "Model P16"};
 // Index of a model text (any case) in kDeviceModels, or -1.
 int deviceModelIndex(const QByteArray &model);
 

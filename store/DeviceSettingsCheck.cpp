@@ -9,12 +9,7 @@ namespace {
 
 bool hasBlankOrControl(const QByteArray &text)
 {
-    for (char c : text) {
-        const auto u = static_cast<unsigned char>(c);
-        if (u <= ' ' || u == 0x7f)
-            return true;
-    }
-    return false;
+    return text.contains(' ') || withoutControlCharacters(text) != text;
 }
 
 QString portProblem(const char *label, int port)

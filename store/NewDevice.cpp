@@ -6,9 +6,8 @@ namespace cz {
 
 namespace {
 
-constexpr const char *kModels[] = {"Model R4", "Model R16", "Model RM1", "Model P4", "Model P16"};
+// Probes of each model of kDeviceModels.
 constexpr int kModelProbes[] = {4, 16, 12, 4, 16};
-constexpr const char kDefaultSubject[] = "Corvanta $ALARM_STATE on $DEVICE_NAME:$PROBE_NAME";
 
 bool isCombinedSensor(const QByteArray &model)
 {
@@ -26,8 +25,8 @@ QByteArray numbered(const char *format, int n)
 
 int modelProbeCount(const QByteArray &model)
 {
-    for (std::size_t i = 0; i < std::size(kModels); ++i)
-        if (model.compare(kModels[i], Qt::CaseInsensitive) == 0)
+    for (std::size_t i = 0; i < std::size(kDeviceModels); ++i)
+        if (model.compare(kDeviceModels[i], Qt::CaseInsensitive) == 0)
             return kModelProbes[i];
     return 0;
 }
@@ -46,7 +45,7 @@ void fillTypedDevice(NewDeviceSettings &s)
     }
 }
 
-std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const QByteArray &dataFolder)
+std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const DataFolder &folder)
 {
     auto device = std::make_unique<DeviceRecord>();
     device->DeviceAddress = s.address;
@@ -89,12 +88,12 @@ std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const Q
         else
             p->ProbeType = ProbeType::Temperature;
         p->DisplayUnits = device->DisplayUnits;
-        p->EmailTemplate = dataFolder + "/Templates/DefaultEmailTemplate.txt";
+        p->EmailTemplate = folder.defaultEmailTemplate();
         p->EmailAlarmSubject = kDefaultSubject;
         p->EmailCautionSubject = kDefaultSubject;
         p->EmailClearedSubject = kDefaultSubject;
-        p->LogFile = probeFilePath(dataFolder + "/Logs", s.name, i + 1, p->ProbeName.bytes(), "log");
-        p->DataLogFile = probeFilePath(dataFolder + "/Data", s.name, i + 1, p->ProbeName.bytes(), "csv");
+        p->LogFile = probeFilePath(folder.logs(), s.name, i + 1, p->ProbeName.bytes(), "log");
+        p->DataLogFile = probeFilePath(folder.data(), s.name, i + 1, p->ProbeName.bytes(), "csv");
         p->ChartDataColor = defaultChartColor(i);
         p->ChartDataSymbol = defaultChartSymbol(i);
         device->Probes[std::size_t(i)] = std::move(p);

@@ -2,6 +2,7 @@
 // the device) knows of it, and the records built from that.
 #pragma once
 
+#include "DataFolder.h"
 #include "Records.h"
 
 #include <QByteArray>
@@ -10,6 +11,9 @@
 #include <memory>
 
 namespace cz {
+
+// The models, in the order of the add-device dialog's list.
+inline constexpr const char *kDeviceModels[] = {"Model R4", "Model R16", "Model RM1", "Model P4", "Model P16"};
 
 struct NewDeviceSettings {
     QByteArray address;
@@ -42,6 +46,6 @@ void fillTypedDevice(NewDeviceSettings &settings);
 // name ("Probe%02d" when none), type and unit, the default template and
 // subjects, its log and data files in the data folder, and its chart
 // colour and symbol.
-std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &settings, const QByteArray &dataFolder);
+std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &settings, const DataFolder &folder);
 
 } // namespace cz

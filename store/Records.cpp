@@ -29,6 +29,13 @@ char unitLetter(DisplayUnits units)
     return i >= 0 && i < 4 ? "FCKR"[i] : '?';
 }
 
+const char *unitName(DisplayUnits units)
+{
+    static constexpr const char *kNames[] = {"Fahrenheit", "Celsius", "Kelvin", "Rankine"};
+    const int i = int(units);
+    return i >= 0 && i < 4 ? kNames[i] : "";
+}
+
 const char *alarmStateText(AlarmState state)
 {
     switch (state) {

@@ -28,6 +28,7 @@ inline constexpr std::int32_t kSwitchClosed = 8;
 
 const char *probeTypeText(ProbeType type);          // "Temperature", ... ; "" when out of range
 char unitLetter(DisplayUnits units);                // 'F', 'C', 'K', 'R'; '?' when out of range
+const char *unitName(DisplayUnits units);           // "Fahrenheit", ...; "" when out of range
 const char *alarmStateText(AlarmState state);       // "Normal", "High Alarm", ...
 const char *switchConditionText(SwitchAlarmCondition condition);
 
@@ -193,6 +194,9 @@ inline void clearAlertSentFlags(ProbeRecord &p)
 {
     p.HighAlarmSent = p.HighCautionSent = p.LowCautionSent = p.LowAlarmSent = 0;
 }
+
+// The subject of an alert e-mail whose probe names none.
+inline constexpr char kDefaultSubject[] = "Corvanta $ALARM_STATE on $DEVICE_NAME:$PROBE_NAME";
 
 // Copy every configuration and state field and the histories; 0 when `to` is null.
 int copyProbeRecord(ProbeRecord *to, const ProbeRecord &from);

@@ -33,7 +33,7 @@ TEST(NewDevice, TheCombinedSensorHasFourGroupsAndUnnamedProbesAreNamedWithoutABl
         s.probeNames[std::size_t(i)] = i == 6 ? QByteArray() : "Sensor " + QByteArray::number(i + 1);
         s.probeTypes[std::size_t(i)] = i % 3 == 0 ? "temperature" : (i % 3 == 1 ? "HUMIDITY" : "Wetness");
     }
-    const auto d = buildNewDevice(s, "/data");
+    const auto d = buildNewDevice(s, DataFolder{"/data"});
     ASSERT_EQ(d->probeSlots(), 12);
     EXPECT_EQ(d->probe(6)->ProbeName.bytes(), "Probe07");
     EXPECT_EQ(d->probe(6)->LogFile.bytes(), "/data/Logs/Barn-Probe07-(Probe07).log");
@@ -64,7 +64,7 @@ TEST(NewDevice, UnitsOutsideTheFourScalesAreFahrenheit)
     s.model = "Model R4";
     s.probeCount = 4;
     s.units = static_cast<DisplayUnits>(7);
-    const auto d = buildNewDevice(s, "/data");
+    const auto d = buildNewDevice(s, DataFolder{"/data"});
     EXPECT_EQ(d->DisplayUnits, DisplayUnits::F);
     EXPECT_EQ(d->probe(3)->DisplayUnits, DisplayUnits::F);
     EXPECT_EQ(d->probe(3)->GroupNumber, 1);

@@ -2,7 +2,6 @@
 
 #include "AutoConfConfirmDlg.h"
 #include "AutoConfiguration.h"
-#include "CfgDeviceDlg.h"
 #include "ConnectionFields.h"
 #include "DeviceConfigSheet.h"
 #include "DeviceSettingsCheck.h"
@@ -187,7 +186,7 @@ void CAddDeviceDlg::autoConfigured(const AutoConfResult &result)
 
 void CAddDeviceDlg::build(const NewDeviceSettings &settings)
 {
-    std::shared_ptr<DeviceRecord> device = buildNewDevice(settings, context_.store.folder().root);
+    std::shared_ptr<DeviceRecord> device = buildNewDevice(settings, context_.store.folder());
     const QString problem = deviceSettingsProblem(context_.store, -1, *device);
     if (!problem.isEmpty()) {
         context_.prompter.tell(this, MessageIcon::Stop, problem);

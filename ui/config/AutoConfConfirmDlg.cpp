@@ -13,8 +13,6 @@ namespace cz {
 
 namespace {
 
-constexpr const char *kUnitNames[4] = {"Fahrenheit", "Celsius", "Kelvin", "Rankine"};
-
 // A value shown, not edited, that a screen reader reads with its label.
 QLineEdit *shownValue(const QString &text, QWidget *parent)
 {
@@ -37,7 +35,6 @@ AutoConfConfirmDlg::AutoConfConfirmDlg(Family family, const QByteArray &address,
                                  this));
     auto *grid = new QGridLayout;
     int row = 0;
-    const int units = int(c.units) >= 0 && int(c.units) < 4 ? int(c.units) : 0;
     addRow(grid, row++, QStringLiteral("Device Address:"), shownValue(QString::fromUtf8(address), this));
     addRow(grid, row++, QStringLiteral("Device Name:"), shownValue(c.name.str(), this));
     addRow(grid, row++, QStringLiteral("Device Model:"), shownValue(c.model.str(), this));
@@ -46,8 +43,7 @@ AutoConfConfirmDlg::AutoConfConfirmDlg(Family family, const QByteArray &address,
         addRow(grid, row++, QStringLiteral("Firmware Version:"), shownValue(c.firmware.str(), this));
     addRow(grid, row++, QStringLiteral("Number of Probes:"), shownValue(QString::number(c.probeCount), this));
     addRow(grid, row++, QStringLiteral("Temperature Scale:"),
-           shownValue(QStringLiteral("%1 (%2)").arg(QString::fromLatin1(kUnitNames[units]))
-                          .arg(QLatin1Char(unitLetter(static_cast<DisplayUnits>(units)))),
+           shownValue(QStringLiteral("%1 (%2)").arg(QString::fromLatin1(unitName(c.units))).arg(QLatin1Char(unitLetter(c.units))),
                       this));
     grid->setColumnStretch(1, 1);
     layout->addLayout(grid);

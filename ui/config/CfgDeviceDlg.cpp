@@ -1,6 +1,5 @@
 #include "CfgDeviceDlg.h"
 
-#include "ConnectionFields.h"
 
 #include "DeviceCfgEmailDlg.h"
 #include "DeviceConfigSheet.h"
@@ -32,12 +31,6 @@ constexpr int kQueryFailEntries = 20;
 constexpr int kDialerPorts = 16;
 
 } // namespace
-
-int intervalSeconds(int index)
-{
-    const int n = int(std::size(kIntervalChoices));
-    return index >= 0 && index < n ? kIntervalChoices[index].seconds : 30;
-}
 
 CCfgDeviceDlg::CCfgDeviceDlg(ConfigContext &context, int slot, QWidget *parent)
     : QDialog(parent), context_(context), slot_(slot), working_(workingCopy(*context.store.device(slot)))

@@ -21,18 +21,6 @@ namespace cz {
 class YesNoField;
 struct DeviceRecord;
 
-// The query interval list: text and seconds.
-struct IntervalChoice {
-    const char *text;
-    int seconds;
-};
-inline constexpr IntervalChoice kIntervalChoices[] = {
-    {"5 secs.", 5},    {"10 secs.", 10},  {"15 secs.", 15},   {"30 secs.", 30},   {"1 min.", 60},
-    {"2 mins.", 120},  {"3 mins.", 180},  {"4 mins.", 240},   {"5 mins.", 300},   {"10 mins.", 600},
-    {"15 mins.", 900}, {"30 mins.", 1800}, {"1 hour", 3600}};
-// Seconds for a list index; any other index gives 30.
-int intervalSeconds(int index);
-
 class CCfgDeviceDlg final : public QDialog, public ConnectionFields {
     Q_OBJECT
 public:

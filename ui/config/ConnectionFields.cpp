@@ -1,6 +1,5 @@
 #include "ConnectionFields.h"
 
-#include "CfgDeviceDlg.h"
 #include "FormWidgets.h"
 
 #include <QCheckBox>
@@ -14,6 +13,12 @@
 #include <QVBoxLayout>
 
 namespace cz {
+
+int intervalSeconds(int index)
+{
+    const int n = int(std::size(kIntervalChoices));
+    return index >= 0 && index < n ? kIntervalChoices[index].seconds : 30;
+}
 
 ConnectionFields addConnectionFields(QWidget *dialog, QVBoxLayout *layout, QWidget *modelField)
 {

@@ -29,8 +29,6 @@ namespace cz {
 
 namespace {
 
-constexpr const char *kTypeNames[4] = {"Temperature", "Humidity", "Wetness", "Switch"};
-constexpr const char *kUnitNames[4] = {"Fahrenheit", "Celsius", "Kelvin", "Rankine"};
 constexpr const char *kUnitLabels[4] = {"deg. F", "deg. C", "deg. K", "deg. R"};
 constexpr const char *kThresholdLabels[4] = {"High Alarm Threshold:", "High Caution Threshold:",
                                               "Low Caution Threshold:", "Low Alarm Threshold:"};
@@ -173,20 +171,22 @@ QWidget *CDeviceConfigPage::buildTypeAndUnits()
     auto *row = new QWidget(this);
     auto *layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
-    auto radios = [&](const QString &title, const char *const names[4], std::array<QRadioButton *, 4> &buttons) {
+    auto radios = [&](const QString &title, auto names, std::array<QRadioButton *, 4> &buttons) {
         auto *box = new QGroupBox(title, row);
         auto *grid = new QGridLayout(box);
         auto *group = new QButtonGroup(box);
         for (int i = 0; i < 4; ++i) {
-            buttons[std::size_t(i)] = new QRadioButton(QString::fromLatin1(names[i]), box);
+            buttons[std::size_t(i)] = new QRadioButton(QString::fromLatin1(names(i)), box);
             group->addButton(buttons[std::size_t(i)], i);
             grid->addWidget(buttons[std::size_t(i)], i / 2, i % 2);
         }
         layout->addWidget(box);
         return group;
     };
-    QButtonGroup *types = radios(QStringLiteral("Probe Type"), kTypeNames, typeButtons);
-    QButtonGroup *units = radios(QStringLiteral("Display Units"), kUnitNames, unitButtons);
+    QButtonGroup *types = radios(QStringLiteral("Probe Type"),
+                                 [](int i) { return probeTypeText(static_cast<ProbeType>(i)); }, typeButtons);
+    QButtonGroup *units = radios(QStringLiteral("Display Units"),
+                                 [](int i) { return unitName(static_cast<DisplayUnits>(i)); }, unitButtons);
     connect(types, &QButtonGroup::idClicked, this, &CDeviceConfigPage::chooseType);
     connect(units, &QButtonGroup::idClicked, this, &CDeviceConfigPage::chooseUnits);
     return row;
@@ -618,7 +618,7 @@ QString CDeviceConfigPage::unitsQuestion(int units) const
                               "differ from the default web page values that are\ndisplayed when the device is "
                               "queried with a web browser.\n\nPress \"Yes\" If you want Corvanta Zephtra to convert "
                               "the values.")
-            .arg(QString(QLatin1Char(unitLetter(device_.DisplayUnits))), QString::fromLatin1(kUnitNames[reported]));
+            .arg(QString(QLatin1Char(unitLetter(device_.DisplayUnits))), QString::fromLatin1(unitName(device_.DisplayUnits)));
     }
     if (units == int(DisplayUnits::F))
         return {};
@@ -692,7 +692,7 @@ void CDeviceConfigPage::applyToAll(int box)
     const QString question =
         box == 0 ? QStringLiteral("This will change all of the parameters enclosed in the\n\"%1\" box for all %2 "
                                   "probes\n(on this device) to the values displayed on this page.\n\nAre you sure?")
-                       .arg(QStringLiteral("Alarm Thresholds"), QString::fromLatin1(kTypeNames[typeIndex(from)]))
+                       .arg(QStringLiteral("Alarm Thresholds"), QString::fromLatin1(probeTypeText(from.ProbeType)))
                  : QStringLiteral("This will change all of the parameters enclosed in the\n\"%1\" box for all "
                                   "probes\n(on this device) to the values displayed on this page.\n\nAre you sure?")
                        .arg(box == 1 ? QStringLiteral("Email") : QStringLiteral("Sounds"));
