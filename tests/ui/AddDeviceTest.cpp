@@ -84,9 +84,11 @@ TEST(AddDevice, AutoConfiguringAnR4AddsItAndItsFirstQueryIsSilent)
         EXPECT_EQ(d.model->currentIndex(), -1);
         EXPECT_EQ(d.interval->currentText(), "30 secs.");
         EXPECT_FALSE(d.proxyAddress->isEnabled());
+        EXPECT_EQ(unnamedControls(d), QStringList());
         d.logging->setChecked(true);
         autoConfigure<CAutoConfConfirm04Dlg>(d, port, [&](CAutoConfConfirm04Dlg &c) {
             EXPECT_EQ(c.windowTitle(), "Automatic Configuration Details");
+            EXPECT_EQ(unnamedControls(c), QStringList());
             QStringList shown;
             for (QLineEdit *e : c.findChildren<QLineEdit *>())
                 shown << e->text();
@@ -220,6 +222,7 @@ TEST(AddDevice, TheCombinedSensorInKelvinAndAPModelInCelsiusAreConfiguredFromThe
             for (QLineEdit *e : c.findChildren<QLineEdit *>())
                 shown << e->text();
             EXPECT_TRUE(shown.contains("Kelvin (K)")) << shown.join('|').toStdString();
+            EXPECT_EQ(unnamedControls(c), QStringList());
             EXPECT_TRUE(shown.contains("Group A"));
             EXPECT_TRUE(shown.contains("2.1"));
             f.picture(c, "autoconf-rm1.png");

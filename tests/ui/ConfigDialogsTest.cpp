@@ -45,23 +45,6 @@ void retype(QLineEdit *edit, const QString &text)
     QTest::keyClicks(edit, text);
 }
 
-// Every control the Tab key reaches is named for a screen reader.
-QStringList unnamedControls(QWidget &dialog)
-{
-    QStringList unnamed;
-    for (QWidget *w : dialog.findChildren<QWidget *>()) {
-        if (!w->isVisibleTo(&dialog) || !(w->focusPolicy() & Qt::TabFocus))
-            continue;
-        if (!qobject_cast<QLineEdit *>(w) && !qobject_cast<QComboBox *>(w) && !qobject_cast<QAbstractButton *>(w))
-            continue;
-        if (qobject_cast<QLineEdit *>(w) && qobject_cast<QComboBox *>(w->parentWidget()))
-            continue; // the edit inside an editable list; the list is named
-        QAccessibleInterface *a = QAccessible::queryAccessibleInterface(w);
-        if (!a || a->text(QAccessible::Name).trimmed().isEmpty())
-            unnamed << QString::fromLatin1(w->metaObject()->className()) + ' ' + w->objectName();
-    }
-    return unnamed;
-}
 
 // Configure A Device on device `slot`, with `act` run in the dialog.
 void configure(WindowFixture &f, int slot, std::function<void(CCfgDeviceDlg &)> act)

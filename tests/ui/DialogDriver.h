@@ -2,7 +2,12 @@
 // its event loop, so what the operator does in it runs from a timer.
 #pragma once
 
+#include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QStringList>
 #include <QDialog>
 #include <QTimer>
 
@@ -34,6 +39,24 @@ void whenShown(std::function<void(D &)> act, int triesLeft = 500)
         else
             giveUp(D::staticMetaObject.className());
     });
+}
+
+// Every control the Tab key reaches is named for a screen reader.
+inline QStringList unnamedControls(QWidget &dialog)
+{
+    QStringList unnamed;
+    for (QWidget *w : dialog.findChildren<QWidget *>()) {
+        if (!w->isVisibleTo(&dialog) || !(w->focusPolicy() & Qt::TabFocus))
+            continue;
+        if (!qobject_cast<QLineEdit *>(w) && !qobject_cast<QComboBox *>(w) && !qobject_cast<QAbstractButton *>(w))
+            continue;
+        if (qobject_cast<QLineEdit *>(w) && qobject_cast<QComboBox *>(w->parentWidget()))
+            continue; // the edit inside an editable list; the list is named
+        QAccessibleInterface *a = QAccessible::queryAccessibleInterface(w);
+        if (!a || a->text(QAccessible::Name).trimmed().isEmpty())
+            unnamed << QString::fromLatin1(w->metaObject()->className()) + ' ' + w->objectName();
+    }
+    return unnamed;
 }
 
 } // namespace cz::test
