@@ -381,6 +381,33 @@ void DeviceStore::setProbesEnabled(const QList<const ProbeRecord *> &probes, boo
     }
 }
 
+void DeviceStore::setChartStyle(int slot, const ChartStyle &style)
+{
+    DeviceRecord *d = deviceForUpdate(slot);
+    if (!d)
+        return;
+    d->PlotLineWidth = style.lineWidth;
+    d->markChanged(DeviceBit::PlotLineWidth);
+    for (int i = 0; i < d->probeSlots(); ++i) {
+        if (ProbeRecord *p = d->probe(i)) {
+            p->ChartDataColor = style.colors[std::size_t(i)];
+            p->ChartDataSymbol = style.symbols[std::size_t(i)];
+            p->markChanged(ProbeBit::ChartColorSymbol);
+        }
+    }
+    emit chartStyleChanged(slot);
+}
+
+void DeviceStore::setLegendShowsProbeNames(int slot, bool show)
+{
+    DeviceRecord *d = deviceForUpdate(slot);
+    if (!d)
+        return;
+    d->ShowProbeNamesInLegend = show ? 1 : 0;
+    d->markChanged(DeviceBit::ShowProbeNamesInLegend);
+    emit chartStyleChanged(slot);
+}
+
 void DeviceStore::clearShownChanges()
 {
     for (int slot = 0; slot < deviceCount_; ++slot) {

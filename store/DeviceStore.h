@@ -22,6 +22,13 @@
 namespace cz {
 
 class ProbeLogSink;
+
+// What the chart colours dialog chooses for a device.
+struct ChartStyle {
+    std::int32_t lineWidth = 1;
+    std::array<std::int32_t, kMaxProbes> colors{};   // 0x00BBGGRR
+    std::array<std::int32_t, kMaxProbes> symbols{};  // symbol index, -1 for none
+};
 struct WrittenKey;
 
 class DeviceStore : public QObject {
@@ -86,6 +93,12 @@ public:
     bool commitDevice(int slot, const DeviceRecord &edited);
     // Enables or disables probes (marked for the next save).
     void setProbesEnabled(const QList<const ProbeRecord *> &probes, bool enabled);
+    // The chart's line width and each probe's line colour and symbol,
+    // marked for the next save.
+    void setChartStyle(int slot, const ChartStyle &style);
+    // Whether the chart legend names probes by name (marked for the next
+    // save).
+    void setLegendShowsProbeNames(int slot, bool show);
     // The probe list has shown every change: the shown-change masks restart.
     void clearShownChanges();
     // Deletes the device's file and record; later devices move down a slot.
@@ -105,6 +118,7 @@ signals:
     void deviceRemoved(int slot);
     void deviceRenamed(int slot);
     void deviceChanged(int slot);
+    void chartStyleChanged(int slot);
 
 private:
     void checkFolder(const QByteArray &path, const char *which);

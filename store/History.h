@@ -30,12 +30,16 @@ struct HistoryCodec<float> {
         return v == kNoValue ? std::numeric_limits<float>::quiet_NaN() : float(v);
     }
     static double decode(float s);
+    // The float as it is (71.6 reads as 71.59999847): for drawing, where
+    // the exact decimal does not show and the conversion would cost.
+    static double decodeFast(float s) { return std::isfinite(s) ? double(s) : kNoValue; }
 };
 
 template <>
 struct HistoryCodec<double> {
     static double encode(double v) { return v == kNoValue ? std::numeric_limits<double>::quiet_NaN() : v; }
     static double decode(double s) { return std::isnan(s) ? kNoValue : s; }
+    static double decodeFast(double s) { return decode(s); }
 };
 
 template <typename Stored>
@@ -92,6 +96,32 @@ public:
     }
 
     double newest() const { return at(kNewest); }
+
+    // Calls f(index, value) for every index of first .. last in order,
+    // without the per-index arithmetic of at(); values as decodeFast gives
+    // them.
+    template <typename F>
+    void forEach(int first, int last, F &&f) const
+    {
+        first = std::max(first, 0);
+        last = std::min(last, kNewest);
+        int index = first;
+        const std::uint64_t unwritten = written_ >= std::uint64_t(kLength) ? 0 : kLength - written_;
+        for (; index <= last && std::uint64_t(index) < unwritten; ++index)
+            f(index, kNoValue);
+        if (index > last)
+            return;
+        std::uint64_t slot = (written_ - 1 - std::uint64_t(kNewest - index)) % kLength;
+        while (index <= last) {
+            const Stored *block = blocks_[slot / kBlock].get();
+            const int inBlock = int(slot % kBlock);
+            const int run = std::min(kBlock - inBlock, last - index + 1);
+            for (int k = 0; k < run; ++k)
+                f(index + k, HistoryCodec<Stored>::decodeFast(block[inBlock + k]));
+            index += run;
+            slot = (slot + std::uint64_t(run)) % kLength;
+        }
+    }
     std::uint64_t samplesWritten() const { return written_; }
     void clear()
     {

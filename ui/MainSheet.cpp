@@ -3,6 +3,7 @@
 #include "AddDeviceDlg.h"
 #include "CfgDeviceDlg.h"
 #include "ConfigContext.h"
+#include "DeviceDetails.h"
 
 #include "DeviceStore.h"
 #include "DeviceListPage.h"
@@ -36,25 +37,6 @@ namespace cz {
 namespace {
 
 constexpr int kWidth = 764, kHeight = 674;
-
-QString placeholderText(const QString &deviceName)
-{
-    return QStringLiteral("%1\n\nThe chart of this device is not part of this build yet.\n"
-                          "Its probes are on the \"Device List\" page.")
-        .arg(deviceName);
-}
-
-// A device's page until its chart is built: says so plainly.
-QWidget *devicePlaceholder(const QString &deviceName, QWidget *parent)
-{
-    auto *page = new QWidget(parent);
-    auto *layout = new QVBoxLayout(page);
-    auto *text = new QLabel(placeholderText(deviceName), page);
-    text->setAlignment(Qt::AlignCenter);
-    text->setEnabled(false);
-    layout->addWidget(text);
-    return page;
-}
 
 // "Saving Data..." with the wait cursor, while it lives.
 class SavingNotice {
@@ -133,12 +115,20 @@ MainSheet::MainSheet(ConfigContext &context, QueryCycle &cycle, QWidget *parent)
     connect(deviceList_, &DeviceListPage::configureRequested, this, &MainSheet::configureDevice,
             Qt::QueuedConnection);
     connect(&app_, &DeviceStore::deviceRenamed, this, [this](int slot) {
-        if (const DeviceRecord *d = app_.device(slot))
-        {
+        if (const DeviceRecord *d = app_.device(slot)) {
             tabs_->setTabText(slot + 1, d->DeviceName.str());
-            if (auto *text = tabs_->widget(slot + 1) ? tabs_->widget(slot + 1)->findChild<QLabel *>() : nullptr)
-                text->setText(placeholderText(d->DeviceName.str()));
+            if (CDeviceDetails *page = devicePage(slot))
+                page->draw();
         }
+    });
+    // Each query's samples reach the device's chart.
+    connect(&cycle, &QueryCycle::deviceSampled, this, [this](int slot, int) {
+        if (CDeviceDetails *page = devicePage(slot))
+            page->appendSample();
+    });
+    connect(tabs_, &QTabWidget::currentChanged, this, [this](int index) {
+        if (auto *page = qobject_cast<CDeviceDetails *>(tabs_->widget(index)))
+            page->activate();
     });
 }
 
@@ -146,7 +136,13 @@ void MainSheet::addDevicePage(int slot)
 {
     const DeviceRecord *d = app_.device(slot);
     const QString name = d ? QString::fromUtf8(d->DeviceName.bytes()) : QString();
-    tabs_->addTab(devicePlaceholder(name, tabs_), name);
+    if (d)
+        tabs_->addTab(new CDeviceDetails(context_, *d, tabs_), name);
+}
+
+CDeviceDetails *MainSheet::devicePage(int slot) const
+{
+    return qobject_cast<CDeviceDetails *>(tabs_->widget(slot + 1));
 }
 
 void MainSheet::scheduleRefresh()

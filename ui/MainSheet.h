@@ -12,6 +12,7 @@ class QTabWidget;
 
 namespace cz {
 
+class CDeviceDetails;
 class DeviceStore;
 class DeviceListPage;
 class Prompter;
@@ -42,6 +43,8 @@ public:
     // Adds a finished new device: its file, the "Devices" list, its page and
     // rows, and its first (silent) query at once. False when it cannot be.
     bool addNewDevice(const DeviceRecord &device);
+    // The chart page of device `slot`.
+    CDeviceDetails *devicePage(int slot) const;
 
 protected:
     void closeEvent(QCloseEvent *event) override;

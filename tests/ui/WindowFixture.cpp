@@ -4,7 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <QPrinter>
+
 namespace cz::test {
+
+bool ScriptedFileChooser::choosePrinter(QWidget *, QPrinter &printer)
+{
+    if (printerFiles.isEmpty())
+        return false;
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(printerFiles.takeFirst());
+    return true;
+}
 
 WindowFixture::WindowFixture(Start start)
 {

@@ -34,7 +34,16 @@ public:
         asked << question;
         return answers.isEmpty() ? QString() : answers.takeFirst();
     }
+    QString saveFile(QWidget *, const FileQuestion &question) override
+    {
+        asked << question;
+        return answers.isEmpty() ? QString() : answers.takeFirst();
+    }
+    // Prints to the PDF file named next in `printerFiles`; cancels when
+    // there is none.
+    bool choosePrinter(QWidget *, QPrinter &printer) override;
     QStringList answers;
+    QStringList printerFiles;
     QList<FileQuestion> asked;
 };
 

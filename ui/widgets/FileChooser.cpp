@@ -4,6 +4,8 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QSortFilterProxyModel>
 
 namespace cz {
@@ -52,6 +54,34 @@ QString DialogFileChooser::openFile(QWidget *parent, const FileQuestion &q)
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
     return dialog.selectedFiles().first();
+}
+
+QString DialogFileChooser::saveFile(QWidget *parent, const FileQuestion &q)
+{
+    QFileDialog dialog(parent, q.title, q.folder);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setNameFilters(q.filters);
+    dialog.setDefaultSuffix(q.defaultSuffix);
+    // The suffix follows the filter the operator picks.
+    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, [&dialog](const QString &filter) {
+        const int star = filter.indexOf(QLatin1String("*."));
+        if (star >= 0)
+            dialog.setDefaultSuffix(filter.mid(star + 2).section(QLatin1Char(')'), 0, 0));
+    });
+    if (!q.file.isEmpty())
+        dialog.selectFile(q.file);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    return dialog.selectedFiles().first();
+}
+
+bool DialogFileChooser::choosePrinter(QWidget *parent, QPrinter &printer)
+{
+    QPrintDialog dialog(&printer, parent);
+    dialog.setOption(QAbstractPrintDialog::PrintCollateCopies);
+    dialog.setMinMax(1, 1000);
+    return dialog.exec() == QDialog::Accepted;
 }
 
 } // namespace cz

@@ -1,10 +1,11 @@
-// File-open dialogs. The window shows the standard dialog; tests answer
-// from a script.
+// File and printer dialogs. The window shows the standard dialogs; tests
+// answer from a script.
 #pragma once
 
 #include <QString>
 #include <QStringList>
 
+class QPrinter;
 class QWidget;
 
 namespace cz {
@@ -15,6 +16,7 @@ struct FileQuestion {
     QString folder;           // where the dialog starts; empty: the current folder
     QString file;             // the file proposed
     bool executablesOnly = false;  // the first filter lists programs only
+    QString defaultSuffix;         // added to a name typed without one (save only)
 };
 
 class FileChooser {
@@ -22,11 +24,18 @@ public:
     virtual ~FileChooser() = default;
     // The chosen existing file, or empty when cancelled.
     virtual QString openFile(QWidget *parent, const FileQuestion &question) = 0;
+    // The file to write (an existing one only after the overwrite question),
+    // or empty when cancelled.
+    virtual QString saveFile(QWidget *parent, const FileQuestion &question) = 0;
+    // Sets up `printer` from the print dialog; false when cancelled.
+    virtual bool choosePrinter(QWidget *parent, QPrinter &printer) = 0;
 };
 
 class DialogFileChooser final : public FileChooser {
 public:
     QString openFile(QWidget *parent, const FileQuestion &question) override;
+    QString saveFile(QWidget *parent, const FileQuestion &question) override;
+    bool choosePrinter(QWidget *parent, QPrinter &printer) override;
 };
 
 } // namespace cz

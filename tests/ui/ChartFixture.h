@@ -1,0 +1,31 @@
+// The main window on an empty data folder with devices made for the chart
+// tests and histories filled sample by sample, as the query cycle fills
+// them.
+#pragma once
+
+#include "DeviceDetails.h"
+#include "QueryCycle.h"
+#include "WindowFixture.h"
+
+#include <QTabWidget>
+
+#include <functional>
+
+namespace cz::test {
+
+struct ChartFixture : WindowFixture {
+    ChartFixture();
+    // A device of `model` with `probes` probes of `types` ("Temperature",
+    // ...; the last repeats) at `interval` seconds. Returns its slot.
+    int addDevice(const QByteArray &name, const QByteArray &model, int probes, int interval,
+                  const QList<QByteArray> &types = {"Temperature"});
+    // `count` queries, one interval apart, each reading value(probe, k).
+    void sample(int slot, int count, const std::function<double(int probe, int k)> &value);
+    // Brings device `slot`'s page to the front, drawn.
+    CDeviceDetails &page(int slot);
+};
+
+// Pixels of exactly `rgb` in `image`.
+int countColor(const QImage &image, QRgb rgb);
+
+} // namespace cz::test

@@ -1,0 +1,34 @@
+// The 36 data-point symbols of the charts: names, the symbol codes stored
+// with them (low 12 bits the shape, the bits above its parameter) and the
+// shapes drawn for them.
+#pragma once
+
+#include <QBrush>
+#include <QColor>
+#include <QPainterPath>
+
+#include <array>
+#include <cstdint>
+
+class QCPScatterStyle;
+
+namespace cz {
+
+struct ChartSymbol {
+    const char *name;
+    std::int32_t code;
+};
+
+inline constexpr int kChartSymbolCount = 36;
+extern const std::array<ChartSymbol, kChartSymbolCount> kChartSymbols;
+
+// The outline of a symbol code, centred on 0,0 and filling -3 .. 3 (the
+// chart scales custom shapes by size / 6).
+QPainterPath symbolPath(std::int32_t code);
+// The fill of a symbol: flat, or shaded for the three spheres.
+QBrush symbolBrush(std::int32_t code, const QColor &color);
+// Symbol `index` (0 .. 35) of `size` pixels in `fill`, edged in `edge`; no
+// symbol for any other index.
+QCPScatterStyle symbolStyle(int index, const QColor &fill, const QColor &edge, double size);
+
+} // namespace cz

@@ -1,0 +1,254 @@
+#include "SymbolSelectDlg.h"
+
+#include "ChartSymbols.h"
+#include "FormWidgets.h"
+
+#include <qcustomplot.h>
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QStyleOptionFocusRect>
+#include <QToolTip>
+#include <QVBoxLayout>
+
+namespace cz {
+
+namespace {
+
+constexpr double kSize = 12;
+constexpr int kColumns = 6;
+const QColor kDefaultSymbolColor(0xE0, 0xE0, 0xE0);
+// A click this far (pixels) around a symbol still chooses it.
+constexpr int kClickSlack = 8;
+
+double gridX(int symbol) { return symbol % kColumns + 1; }
+double gridY(int symbol) { return symbol / kColumns + 1; }
+
+QString symbolName(int symbol)
+{
+    return symbol >= 0 && symbol < kChartSymbolCount ? QString::fromLatin1(kChartSymbols[std::size_t(symbol)].name)
+                                                     : QStringLiteral("No Symbol");
+}
+
+} // namespace
+
+SymbolGrid::SymbolGrid(int symbol, const QColor &color, const QColor &background, QWidget *parent)
+    : QWidget(parent), current_(symbol)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    plot_ = new QCustomPlot(this);
+    plot_->setFixedSize(350, 300);
+    plot_->setBackground(background);
+    plot_->axisRect()->setBackground(background);
+    plot_->axisRect()->setAutoMargins(QCP::msNone);
+    plot_->axisRect()->setMargins(QMargins(0, 0, 0, 0));
+    for (QCPAxis *axis : plot_->axisRect()->axes())
+        axis->setVisible(false);
+    plot_->xAxis->setRange(0.3, kColumns + 0.7);
+    plot_->yAxis->setRange(0.3, kColumns + 0.7);
+    plot_->yAxis->setRangeReversed(true);  // the first symbols on top
+    const QColor fill = color.rgb() == QColor(Qt::black).rgb() || !color.isValid() ? kDefaultSymbolColor : color;
+    const QColor edge = fill.lighter(60);
+    for (int i = 0; i < kChartSymbolCount; ++i) {
+        QCPGraph *g = plot_->addGraph();
+        g->setName(symbolName(i));
+        g->setLineStyle(QCPGraph::lsNone);
+        g->setScatterStyle(symbolStyle(i, fill, edge, kSize));
+        g->addData(gridX(i), gridY(i));
+    }
+    mark_ = new QCPItemRect(plot_);
+    mark_->setPen(QPen(fill, 1, Qt::DotLine));
+    mark_->setBrush(Qt::NoBrush);
+    plot_->installEventFilter(this);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(plot_);
+    setAccessibleName(QStringLiteral("Symbols"));
+    showCurrent();
+}
+
+QPoint SymbolGrid::symbolCentre(int symbol) const
+{
+    return QPoint(int(plot_->xAxis->coordToPixel(gridX(symbol))), int(plot_->yAxis->coordToPixel(gridY(symbol))));
+}
+
+int SymbolGrid::symbolAt(const QPoint &pos) const
+{
+    // Each symbol's image-map box, enlarged a little, like the tooltip's.
+    const int half = int(kSize / 2) + kClickSlack;
+    for (int i = 0; i < kChartSymbolCount; ++i) {
+        const QPoint c = symbolCentre(i);
+        if (QRect(c.x() - half, c.y() - half, 2 * half, 2 * half).contains(pos))
+            return i;
+    }
+    return -1;
+}
+
+void SymbolGrid::setCurrent(int symbol)
+{
+    current_ = symbol;
+    showCurrent();
+    emit currentChanged(symbol);
+}
+
+void SymbolGrid::showCurrent()
+{
+    mark_->setVisible(current_ >= 0);
+    if (current_ >= 0) {
+        mark_->topLeft->setCoords(gridX(current_) - 0.4, gridY(current_) - 0.4);
+        mark_->bottomRight->setCoords(gridX(current_) + 0.4, gridY(current_) + 0.4);
+    }
+    setAccessibleDescription(QStringLiteral("Selected: %1").arg(symbolName(current_)));
+    plot_->replot(QCustomPlot::rpQueuedReplot);
+}
+
+bool SymbolGrid::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != plot_)
+        return QWidget::eventFilter(watched, event);
+    if (event->type() == QEvent::ToolTip) {
+        auto *help = static_cast<QHelpEvent *>(event);
+        const int at = symbolAt(help->pos());
+        if (at >= 0)
+            QToolTip::showText(help->globalPos(), symbolName(at), plot_);
+        else
+            QToolTip::hideText();
+        return true;
+    }
+    if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick) {
+        auto *mouse = static_cast<QMouseEvent *>(event);
+        const int at = symbolAt(mouse->pos());
+        setFocus(Qt::MouseFocusReason);
+        if (at >= 0) {
+            setCurrent(at);
+            if (event->type() == QEvent::MouseButtonDblClick)
+                emit chosen(at);
+        }
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void SymbolGrid::keyPressEvent(QKeyEvent *event)
+{
+    int at = current_ < 0 ? 0 : current_;
+    switch (event->key()) {
+    case Qt::Key_Left: at = std::max(at - 1, 0); break;
+    case Qt::Key_Right: at = std::min(at + 1, kChartSymbolCount - 1); break;
+    case Qt::Key_Up: at = at >= kColumns ? at - kColumns : at; break;
+    case Qt::Key_Down: at = at + kColumns < kChartSymbolCount ? at + kColumns : at; break;
+    case Qt::Key_Home: at = 0; break;
+    case Qt::Key_End: at = kChartSymbolCount - 1; break;
+    default: QWidget::keyPressEvent(event); return;
+    }
+    setCurrent(at);
+}
+
+void SymbolGrid::focusInEvent(QFocusEvent *event)
+{
+    mark_->setPen(QPen(mark_->pen().color(), 2, Qt::SolidLine));
+    showCurrent();
+    QWidget::focusInEvent(event);
+}
+
+void SymbolGrid::focusOutEvent(QFocusEvent *event)
+{
+    mark_->setPen(QPen(mark_->pen().color(), 1, Qt::DotLine));
+    showCurrent();
+    QWidget::focusOutEvent(event);
+}
+
+CSymbolSelectDlg::CSymbolSelectDlg(int symbol, const QColor &color, const QColor &background, QWidget *parent)
+    : QDialog(parent), symbol_(symbol)
+{
+    setWindowTitle(QStringLiteral("Data Symbol Selector"));
+    auto *layout = new QVBoxLayout(this);
+    auto *text = new QLabel(QStringLiteral("Select one of the symbols below and press OK or press the No Symbol button to\n"
+                                           "erase the symbol for this probe. Infotips will still be displayed for data "
+                                           "points."),
+                            this);
+    layout->addWidget(text);
+    grid_ = new SymbolGrid(symbol, color, background, this);
+    layout->addWidget(grid_, 0, Qt::AlignHCenter);
+    auto *buttons = new QHBoxLayout;
+    auto *none = plainButton(QStringLiteral("No Symbol"), this);
+    QPushButton *ok = nullptr, *cancel = nullptr;
+    buttons->addWidget(none);
+    buttons->addLayout(okCancelRow(this, &ok, &cancel), 1);
+    layout->addLayout(buttons);
+    chainTabOrder({grid_, none, ok, cancel});
+    connect(none, &QPushButton::clicked, this, [this] {
+        symbol_ = -1;
+        accept();
+    });
+    connect(ok, &QPushButton::clicked, this, [this] {
+        symbol_ = grid_->current();
+        accept();
+    });
+    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+    connect(grid_, &SymbolGrid::chosen, this, [this](int chosen) {
+        symbol_ = chosen;
+        accept();
+    });
+    grid_->setFocus();
+}
+
+SymbolPreview::SymbolPreview(const QString &what, QWidget *parent) : QWidget(parent), what_(what)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setFixedSize(28, 28);
+    show(-1, Qt::white);
+}
+
+void SymbolPreview::show(int symbol, const QColor &color)
+{
+    symbol_ = symbol;
+    color_ = color;
+    setAccessibleName(QStringLiteral("%1 %2").arg(what_, symbolName(symbol)));
+    setToolTip(symbolName(symbol));
+    update();
+}
+
+void SymbolPreview::paintEvent(QPaintEvent *)
+{
+    QCPPainter painter(this);
+    painter.fillRect(rect(), palette().color(QPalette::Mid));
+    const QRect box(2, 2, 24, 24);
+    painter.fillRect(box, Qt::black);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (symbol_ >= 0) {
+        const QCPScatterStyle style = symbolStyle(symbol_, color_, QColor(0xB6, 0xB6, 0xB6), kSize);
+        style.applyTo(&painter, QPen());
+        style.drawShape(&painter, box.center().x() + 0.5, box.center().y() + 0.5);
+    }
+    if (hasFocus()) {
+        QStyleOptionFocusRect focus;
+        focus.initFrom(this);
+        focus.rect = rect();
+        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+    }
+}
+
+void SymbolPreview::mouseDoubleClickEvent(QMouseEvent *)
+{
+    emit activated();
+}
+
+void SymbolPreview::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+    case Qt::Key_F4:
+        emit activated();
+        return;
+    default:
+        QWidget::keyPressEvent(event);
+    }
+}
+
+} // namespace cz
