@@ -7,6 +7,8 @@
 #include "FileChooser.h"
 #include "ScriptConsoleWindow.h"
 #include "DeviceListPage.h"
+#include "DeviceDetails.h"
+#include "HistoryLoader.h"
 #include "MainSheet.h"
 #include "Prompter.h"
 #include "SoundEffectPlayer.h"
@@ -71,6 +73,13 @@ int runWindow(const cz::CommandLine &cl)
             splash->close();
     });
     app.startMonitoring();
+    // The charts get back what the data files kept of earlier runs.
+    cz::HistoryLoader history(app.store());
+    QObject::connect(&history, &cz::HistoryLoader::deviceLoaded, &sheet, [&sheet](int slot) {
+        if (cz::CDeviceDetails *page = sheet.devicePage(slot))
+            page->appendSample();
+    });
+    history.start(double(app.store().clock().nowMs()) / 1000.0);
     QApplication::setQuitOnLastWindowClosed(true);
     return QApplication::exec();
 }

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+
+#include <cmath>
 #include <QTest>
 
 namespace cz::test {
@@ -49,6 +51,8 @@ void ChartFixture::sample(int slot, int count, const std::function<double(int, i
         for (int i = 0; i < d->probeSlots(); ++i) {
             ProbeRecord *p = d->probe(i);
             const double v = value(i, k);
+            if (std::isnan(v))
+                continue;
             switch (p->ProbeType) {
             case ProbeType::Temperature: p->CurrentTemp = v; break;
             case ProbeType::Humidity: p->CurrentHumidity = int(v); break;
@@ -56,7 +60,8 @@ void ChartFixture::sample(int slot, int count, const std::function<double(int, i
             case ProbeType::Switch: p->SwitchState = int(v); break;
             }
         }
-        AppendHistorySample(*d, true, double(clock.nowMs()) / 1000.0);
+        // NaN for the first probe: the query failed.
+        AppendHistorySample(*d, !std::isnan(value(0, k)), double(clock.nowMs()) / 1000.0);
     }
     if (CDeviceDetails *p = sheet->devicePage(slot))
         p->appendSample();

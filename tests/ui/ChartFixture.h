@@ -19,7 +19,8 @@ struct ChartFixture : WindowFixture {
     // ...; the last repeats) at `interval` seconds. Returns its slot.
     int addDevice(const QByteArray &name, const QByteArray &model, int probes, int interval,
                   const QList<QByteArray> &types = {"Temperature"});
-    // `count` queries, one interval apart, each reading value(probe, k).
+    // `count` queries, one interval apart, each reading value(probe, k); a
+    // NaN for probe 0 is a failed query.
     void sample(int slot, int count, const std::function<double(int probe, int k)> &value);
     // Brings device `slot`'s page to the front, drawn.
     CDeviceDetails &page(int slot);

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
 
 #include <gif_lib.h>
 
@@ -44,7 +45,7 @@ int distance(QRgb a, QRgb b)
 
 } // namespace
 
-bool writeGif(const QImage &source, const QString &path)
+bool writeGif(const QImage &source, const QString &path, const QList<QRgb> &keep)
 {
     const QImage image = source.convertToFormat(QImage::Format_RGB32);
     const int w = image.width(), h = image.height();
@@ -62,7 +63,19 @@ bool writeGif(const QImage &source, const QString &path)
     byUse.reserve(std::size_t(counts.size()));
     for (auto it = counts.cbegin(); it != counts.cend(); ++it)
         byUse.emplace_back(-it.value(), it.key());
+    for (QRgb c : keep)
+        if (counts.contains(c & 0xFFFFFF))
+            byUse.emplace_back(INT_MIN, c & 0xFFFFFF);  // ahead of every count
     std::sort(byUse.begin(), byUse.end());
+    QSet<QRgb> seen;
+    byUse.erase(std::remove_if(byUse.begin(), byUse.end(),
+                               [&seen](const auto &entry) {
+                                   if (seen.contains(entry.second))
+                                       return true;
+                                   seen.insert(entry.second);
+                                   return false;
+                               }),
+                byUse.end());
     const int colours = std::min<int>(int(byUse.size()), 256);
     std::vector<GifColorType> palette(256);
     QHash<QRgb, int> index;

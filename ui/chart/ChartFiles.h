@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QImage>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -15,9 +16,10 @@ QStringList chartFileFilters();
 // The format a file name asks for ("png", "jpg", "bmp", "gif", "csv"),
 // empty for anything else.
 QString chartFileFormat(const QString &path);
-// A GIF of at most 256 colours: the image's most used colours, every other
-// pixel in the nearest of them. False when the file cannot be written.
-bool writeGif(const QImage &image, const QString &path);
+// A GIF of at most 256 colours: the colours in `keep` (the series colours)
+// and the image's most used others, every other pixel in the nearest of
+// them. False when the file cannot be written.
+bool writeGif(const QImage &image, const QString &path, const QList<QRgb> &keep = {});
 // "Date,Time" and one column per probe, one line per visible sample
 // (history indexes first + 1 .. last), the values as the data files write
 // them, empty where a probe has none. Written whole or not at all.

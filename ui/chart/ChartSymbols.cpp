@@ -2,6 +2,9 @@
 
 #include <qcustomplot.h>
 
+#include <QHash>
+#include <QPainter>
+#include <QPixmap>
 #include <QRadialGradient>
 #include <QtMath>
 
@@ -129,26 +132,59 @@ QBrush symbolBrush(std::int32_t code, const QColor &color)
     // Shading in the symbol's own box, so it scales with the symbol.
     QRadialGradient g(shape == SolidSphere ? QPointF(0.5, 0.5) : QPointF(0.35, 0.3), 0.6);
     g.setCoordinateMode(QGradient::ObjectBoundingMode);
+    // The body of every sphere keeps the exact colour, so the series reads
+    // the same in the legend, on screen and in saved images.
     if (shape == SolidSphere) {
         g.setFocalPoint(0.35, 0.35);
         g.setColorAt(0, color.lighter(170));
+        g.setColorAt(0.3, color);
+        g.setColorAt(0.75, color);
         g.setColorAt(1, color.darker(180));
     } else {
         g.setColorAt(0, Qt::white);
-        g.setColorAt(shape == GlassSphere ? 0.25 : 0.45, color.lighter(130));
+        g.setColorAt(shape == GlassSphere ? 0.2 : 0.3, color);
+        g.setColorAt(0.8, color);
         g.setColorAt(1, color.darker(shape == GlassSphere ? 130 : 160));
     }
     return QBrush(g);
+}
+
+void drawSymbol(QPainter &painter, int index, const QColor &fill, const QColor &edge, double size, QPointF centre)
+{
+    if (index < 0 || index >= kChartSymbolCount)
+        return;
+    const std::int32_t code = kChartSymbols[std::size_t(index)].code;
+    QPen pen(edge, 1);
+    pen.setCosmetic(true);  // one pixel whatever the symbol's size
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(centre);
+    painter.scale(size / 6.0, size / 6.0);
+    painter.setPen(pen);
+    painter.setBrush(symbolBrush(code, fill));
+    painter.drawPath(symbolPath(code));
+    painter.restore();
 }
 
 QCPScatterStyle symbolStyle(int index, const QColor &fill, const QColor &edge, double size)
 {
     if (index < 0 || index >= kChartSymbolCount)
         return QCPScatterStyle(QCPScatterStyle::ssNone);
-    const std::int32_t code = kChartSymbols[std::size_t(index)].code;
-    QPen pen(edge, 1);
-    pen.setCosmetic(true);  // one pixel whatever the symbol's size
-    return QCPScatterStyle(symbolPath(code), pen, symbolBrush(code, fill), size);
+    // Each point is a copy of one picture: a month of symbols costs little
+    // more than a line.
+    static QHash<QString, QPixmap> cache;
+    const QString key = QStringLiteral("%1/%2/%3/%4").arg(index).arg(fill.rgba()).arg(edge.rgba()).arg(size);
+    auto found = cache.constFind(key);
+    if (found == cache.cend()) {
+        const int side = int(std::ceil(size)) + 2 + (int(std::ceil(size)) % 2);
+        QPixmap picture(side, side);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        drawSymbol(painter, index, fill, edge, size, QPointF(side / 2.0, side / 2.0));
+        painter.end();
+        found = cache.insert(key, picture);
+    }
+    return QCPScatterStyle(found.value());
 }
 
 } // namespace cz

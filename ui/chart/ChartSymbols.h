@@ -11,6 +11,7 @@
 #include <cstdint>
 
 class QCPScatterStyle;
+class QPainter;
 
 namespace cz {
 
@@ -27,6 +28,8 @@ extern const std::array<ChartSymbol, kChartSymbolCount> kChartSymbols;
 QPainterPath symbolPath(std::int32_t code);
 // The fill of a symbol: flat, or shaded for the three spheres.
 QBrush symbolBrush(std::int32_t code, const QColor &color);
+// Draws symbol `index` (0 .. 35) of `size` pixels centred on `centre`.
+void drawSymbol(QPainter &painter, int index, const QColor &fill, const QColor &edge, double size, QPointF centre);
 // Symbol `index` (0 .. 35) of `size` pixels in `fill`, edged in `edge`; no
 // symbol for any other index.
 QCPScatterStyle symbolStyle(int index, const QColor &fill, const QColor &edge, double size);

@@ -33,6 +33,9 @@ constexpr int kOutputWidth = 720, kOutputHeight = 500;
 constexpr int kMinimumDrag = 30;
 constexpr int kHotSpotRadius = 7;
 constexpr double kSymbolSize = 12;
+// Drawn without smoothing on screen too: legend lines in their exact
+// colours, crisp axes and grid.
+constexpr QCP::AntialiasedElements kSharpElements = QCP::aeLegendItems | QCP::aeLegend | QCP::aeAxes | QCP::aeGrid;
 
 QColor rgbColor(std::int32_t rgb)
 {
@@ -176,8 +179,7 @@ CDeviceDetails::CDeviceDetails(ConfigContext &context, const DeviceRecord &devic
     plot_->setAccessibleName(QStringLiteral("Chart"));
     plot_->setFocusPolicy(Qt::NoFocus);
     plot_->setNoAntialiasingOnDrag(true);
-    // Legend lines stay in their exact colours, also in saved images.
-    plot_->setNotAntialiasedElements(QCP::aeLegendItems | QCP::aeLegend | QCP::aeAxes | QCP::aeGrid);
+    plot_->setNotAntialiasedElements(kSharpElements);
 
     colors_ = plainButton(QStringLiteral("Set Data Line Colors and Data Point Symbols"), this);
     reset_ = plainButton(QStringLiteral("Reset Chart (Cancel Scroll and/or Zoom)"), this);
@@ -458,8 +460,7 @@ void CDeviceDetails::buildChart()
         plot_->xAxis2->setRange(from, to);
     }
     const int plotWidth = std::max(plot_->axisRect()->width(), 200);
-    qSharedPointerCast<QCPAxisTickerDateTime>(plot_->xAxis->ticker())->setTickCount(std::max(2, plotWidth / 75));
-    plot_->yAxis2->ticker()->setTickCount(std::max(2, plot_->axisRect()->height() / 40));
+    setTickDensity(plotWidth, plot_->axisRect()->height());
 
     const bool symbols = view_.pointCount() < kSymbolPointLimit;
     SeriesPoints points;
@@ -490,6 +491,14 @@ void CDeviceDetails::buildChart()
     for (QCPItemText *marker : {openMarker_, closedMarker_})
         marker->setColor(humAxis_);
     placeSwitchMarkers(plot_->width());
+}
+
+void CDeviceDetails::setTickDensity(int plotWidth, int plotHeight)
+{
+    // Time labels about 100 pixels apart (the ticker rounds to whole
+    // minutes and hours, so never closer than 75), humidity every 40.
+    plot_->xAxis->ticker()->setTickCount(std::max(2, plotWidth / 100));
+    plot_->yAxis2->ticker()->setTickCount(std::max(2, plotHeight / 40));
 }
 
 void CDeviceDetails::placeSwitchMarkers(int chartWidth)
@@ -575,8 +584,15 @@ QImage CDeviceDetails::chartImage(double scale)
     if (hidden || due_)
         buildChart();
     placeSwitchMarkers(kOutputWidth);
+    setTickDensity(kOutputWidth - 120, kOutputHeight - 160);
+    // Files and prints get lines in their exact colours, without smoothing.
+    const QCP::AntialiasedElements smooth = plot_->antialiasedElements(), sharp = plot_->notAntialiasedElements();
+    plot_->setNotAntialiasedElements(QCP::aeAll);
     const QImage image = plot_->toPixmap(kOutputWidth, kOutputHeight, scale).toImage();
+    plot_->setAntialiasedElements(smooth);
+    plot_->setNotAntialiasedElements(sharp);
     placeSwitchMarkers(plot_->width());
+    setTickDensity(plot_->axisRect()->width(), plot_->axisRect()->height());
     if (!hidden)
         plot_->replot(QCustomPlot::rpQueuedReplot);
     return image;
@@ -651,7 +667,10 @@ bool CDeviceDetails::saveTo(const QString &requested)
     if (format == QLatin1String("csv")) {
         ok = writeChartCsv(device_, view_.first, view_.last, now(), path);
     } else if (format == QLatin1String("gif")) {
-        ok = writeGif(chartImage(), path);
+        QList<QRgb> keep;
+        for (const Series &s : series_)
+            keep << s.line->pen().color().rgb();
+        ok = writeGif(chartImage(), path, keep);
     } else {
         QByteArray bytes;
         QBuffer buffer(&bytes);

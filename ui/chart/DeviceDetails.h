@@ -92,6 +92,7 @@ private:
     void takeColours();
     void buildChart();
     void placeSwitchMarkers(int chartWidth);
+    void setTickDensity(int plotWidth, int plotHeight);
     int probeAtGraph(const QCPGraph *graph) const;
     // The tooltip title under `pos` and the probe it belongs to (-1: none).
     QString hotSpotAt(const QPoint &pos, int *probe) const;

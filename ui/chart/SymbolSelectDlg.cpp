@@ -214,16 +214,11 @@ void SymbolPreview::show(int symbol, const QColor &color)
 
 void SymbolPreview::paintEvent(QPaintEvent *)
 {
-    QCPPainter painter(this);
+    QPainter painter(this);
     painter.fillRect(rect(), palette().color(QPalette::Mid));
-    const QRect box(2, 2, 24, 24);
+    const QRectF box(2, 2, 24, 24);
     painter.fillRect(box, Qt::black);
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (symbol_ >= 0) {
-        const QCPScatterStyle style = symbolStyle(symbol_, color_, QColor(0xB6, 0xB6, 0xB6), kSize);
-        style.applyTo(&painter, QPen());
-        style.drawShape(&painter, box.center().x() + 0.5, box.center().y() + 0.5);
-    }
+    drawSymbol(painter, symbol_, color_, QColor(0xB6, 0xB6, 0xB6), kSize, box.center());
     if (hasFocus()) {
         QStyleOptionFocusRect focus;
         focus.initFrom(this);

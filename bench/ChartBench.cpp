@@ -1,0 +1,230 @@
+// The device charts (offscreen platform, a 1000 x 700 page): redraws of a
+// 16-probe month and hour, zoom and slider steps, the event-loop cost of a
+// whole cycle's samples with 256 devices, the memory the pages add to full
+// histories, and refilling the histories from 30 days of data files.
+#include "BenchSupport.h"
+#include "ConfigContext.h"
+#include "CorvantaApp.h"
+#include "DeviceDetails.h"
+#include "DeviceStore.h"
+#include "FileChooser.h"
+#include "HistoryLoader.h"
+#include "Prompter.h"
+#include "QueryCycle.h"
+#include "SoundPlayer.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSlider>
+#include <QTabWidget>
+#include <QTemporaryDir>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+using namespace cz;
+
+namespace {
+
+class Silence final : public SoundPlayer {
+public:
+    void play(const QByteArray &) override {}
+};
+
+constexpr int kInterval = 30;
+constexpr std::int64_t kStart = 1794661509;
+
+double timeMs(const std::function<void()> &work)
+{
+    QElapsedTimer t;
+    t.start();
+    work();
+    return double(t.nsecsElapsed()) / 1e6;
+}
+
+// Writes 30 days of data lines, one per 30 s, for every probe of `devices`
+// devices, the days before today in the dated folders the rollover makes.
+void writeDataFiles(DeviceStore &store, int devices, std::int64_t now)
+{
+    const QString data = QFile::decodeName(store.folder().data());
+    const std::int64_t first = now - std::int64_t(kInterval) * 86400;
+    for (int slot = 0; slot < devices; ++slot) {
+        const DeviceRecord &d = *store.device(slot);
+        for (int i = 0; i < d.probeSlots(); ++i) {
+            const QString name = QFileInfo(QFile::decodeName(d.probe(i)->DataLogFile.bytes())).fileName();
+            QString folder;
+            QByteArray text;
+            auto flush = [&] {
+                if (text.isEmpty())
+                    return;
+                QDir().mkpath(folder);
+                QFile f(folder + '/' + name);
+                f.open(QIODevice::WriteOnly);
+                f.write(text);
+                text.clear();
+            };
+            QDate day;
+            QByteArray dayText;
+            std::int64_t dayStart = 0;
+            for (std::int64_t t = first; t < now; t += kInterval) {
+                if (t >= dayStart + 86400 || day.isNull()) {
+                    const QDateTime when = QDateTime::fromSecsSinceEpoch(t);
+                    flush();
+                    day = when.date();
+                    dayStart = QDateTime(day, QTime(0, 0)).toSecsSinceEpoch();
+                    dayText = day.toString("MM-dd-yy,").toLatin1();
+                    folder = day == QDateTime::fromSecsSinceEpoch(now).date() ? data
+                                                                                 : data + '/' + day.toString("MM-dd-yy");
+                }
+                const int inDay = int(t - dayStart);
+                char clock[16];
+                std::snprintf(clock, sizeof clock, "%02d:%02d:%02d,", inDay / 3600, inDay / 60 % 60, inDay % 60);
+                text += dayText;
+                text += clock;
+                text += QByteArray::number(60.0 + (t / kInterval + i) % 200 / 10.0, 'f', 1);
+                text += "\r\n";
+            }
+            flush();
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication qt(argc, argv);
+    std::setlocale(LC_NUMERIC, "C");
+    QTemporaryDir dir;
+    const DataFolder folder{QFile::encodeName(dir.path())};
+    QList<int> ports;
+    for (int d = 0; d < kMaxDevices; ++d)
+        ports.append(1);
+    bench::writeDataFolder(folder, ports);
+
+    ManualClock clock(kStart);
+    Silence sound;
+    CommandLine cl;
+    cl.dataDir = dir.path();
+    CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), clock, sound);
+    app.startUp();
+    DeviceStore &store = app.store();
+    for (int slot = 0; slot < store.deviceCount(); ++slot)
+        store.deviceForUpdate(slot)->QueryInterval = kInterval;
+
+    // --- Refilling the histories from the data files ----------------------
+    const int loadDevices = std::clamp(qEnvironmentVariableIntValue("CHART_LOAD_DEVICES"), 0, kMaxDevices);
+    const int devicesToLoad = loadDevices > 0 ? loadDevices : 16;
+    const double writeMs = timeMs([&] { writeDataFiles(store, devicesToLoad, kStart); });
+    std::printf("data files: %d devices x 16 probes x 30 days at 30 s written in %.0f ms\n", devicesToLoad, writeMs);
+    {
+        for (int slot = devicesToLoad; slot < store.deviceCount(); ++slot)
+            store.deviceForUpdate(slot)->LoggingEnabled = 0;
+        HistoryLoader loader(store);
+        bench::StallMeter stalls;
+        bool done = false;
+        QObject::connect(&loader, &HistoryLoader::finished, [&] { done = true; });
+        QElapsedTimer t;
+        t.start();
+        stalls.start();
+        loader.start(double(kStart));
+        const double startMs = double(t.nsecsElapsed()) / 1e6;
+        while (!done)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        stalls.stop();
+        std::printf("history load: %d devices in %.0f ms (%.0f ms per device on %d threads); start() returned in "
+                    "%.2f ms, longest event-loop stall %.1f ms\n",
+                    devicesToLoad, double(t.elapsed()), double(t.elapsed()) / devicesToLoad,
+                    QThread::idealThreadCount(), startMs, stalls.longestMs());
+        for (int slot = 0; slot < store.deviceCount(); ++slot)
+            store.deviceForUpdate(slot)->LoggingEnabled = 1;
+    }
+
+    // --- Full histories ------------------------------------------------------
+    const long beforeHistories = bench::residentKiB();
+    for (int slot = 0; slot < store.deviceCount(); ++slot) {
+        DeviceRecord &d = *store.deviceForUpdate(slot);
+        d.Times.clear();
+        for (int i = 0; i < d.probeSlots(); ++i)
+            d.probe(i)->Values.clear();
+        d.NextSampleTime = double(kStart - std::int64_t(kInterval) * 86400);
+        for (int k = 0; k < 86400; ++k) {
+            for (int i = 0; i < d.probeSlots(); ++i)
+                d.probe(i)->CurrentTemp = 55 + i + 10 * std::sin((k + slot) / 300.0);
+            AppendHistorySample(d, true, d.NextSampleTime);
+        }
+    }
+    const long histories = bench::residentKiB() - beforeHistories;
+
+    MessageBoxPrompter prompter;
+    DialogFileChooser files;
+    ConfigContext context{store, prompter, files, app.alerts().emailQueue(), app.alerts().dialer(), sound,
+                          app.session(), [](const QByteArray &) { return 0; }};
+    QTabWidget tabs;
+    tabs.resize(1000, 700);
+    std::vector<CDeviceDetails *> pages;
+    for (int slot = 0; slot < store.deviceCount(); ++slot) {
+        pages.push_back(new CDeviceDetails(context, *store.device(slot), &tabs));
+        tabs.addTab(pages.back(), QString::number(slot));
+    }
+    tabs.show();
+    CDeviceDetails &page = *pages[0];
+    page.activate();
+    QApplication::processEvents();
+
+    auto medianOf = [](int runs, const std::function<void()> &work) {
+        std::vector<double> v;
+        for (int r = 0; r < runs; ++r)
+            v.push_back(timeMs(work));
+        return bench::median(v);
+    };
+    page.selectTimeSpan(7);  // 30 days
+    const double month = medianOf(21, [&] { page.draw(); });
+    const long withPages = bench::residentKiB() - beforeHistories;
+    std::printf("redraw, 16 probes x 86,400 samples (30 days): median %.2f ms (target < 16)\n", month);
+    page.selectTimeSpan(4);
+    const double hour = medianOf(21, [&] { page.draw(); });
+    std::printf("redraw, 16 probes, 1 hour: median %.2f ms (target < 4)\n", hour);
+    page.selectTimeSpan(5);
+    const double zoom = medianOf(21, [&] {
+        page.zoomTo(ViewPort{0.25, 0.1, 0.5, 0.8}, false);
+        page.resetChart();
+    }) / 2;
+    const double slide = medianOf(21, [&] {
+        page.slider().setValue(page.slider().value() - 1);
+    });
+    std::printf("zoom step (24 hours at 30 s): median %.2f ms; slider step: median %.2f ms (target < 16)\n", zoom,
+                slide);
+
+    page.selectTimeSpan(4);  // 1 hour
+    page.activate();
+    std::vector<double> cycles;
+    for (int run = 0; run < 11; ++run) {
+        clock.advance(kInterval);
+        for (int slot = 0; slot < store.deviceCount(); ++slot)
+            AppendHistorySample(*store.deviceForUpdate(slot), true, double(clock.nowMs()) / 1000.0);
+        double hidden = 0, shown = 0, loop = 0;
+        cycles.push_back(timeMs([&] {
+            hidden = timeMs([&] {
+                for (std::size_t k = 1; k < pages.size(); ++k)
+                    pages[k]->appendSample();
+            });
+            shown = timeMs([&] { pages[0]->appendSample(); });
+            loop = timeMs([&] { QApplication::processEvents(); });
+        }));
+        if (getenv("CHART_DETAIL"))
+            std::printf("  hidden %.2f shown %.2f loop %.2f\n", hidden, shown, loop);
+    }
+    std::printf("a cycle's samples to 256 pages, one on screen (1 hour): median %.2f ms (target < 2)\n",
+                bench::median(cycles));
+    std::printf("memory: full histories of 256 x 16 probes %ld MiB; with 256 chart pages, one drawn over 30 days, "
+                "%ld MiB: the pages add %.1f %%\n",
+                histories / 1024, withPages / 1024, 100.0 * double(withPages - histories) / double(histories));
+    return 0;
+}

@@ -1,0 +1,276 @@
+#include "HistoryLoader.h"
+
+#include "DeviceStore.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QPointer>
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace cz {
+
+namespace {
+
+// "MM-dd-yy" as a date, invalid for anything else.
+QDate dateOf(const char *p)
+{
+    auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    for (int i : {0, 1, 3, 4, 6, 7})
+        if (!digit(p[i]))
+            return {};
+    if (p[2] != '-' || p[5] != '-')
+        return {};
+    const int month = (p[0] - '0') * 10 + (p[1] - '0'), day = (p[3] - '0') * 10 + (p[4] - '0');
+    const int year = 2000 + (p[6] - '0') * 10 + (p[7] - '0');
+    return QDate(year, month, day);
+}
+
+// Local times of data-file lines. Lines come in order, so the start of the
+// hour is looked up once per hour of data.
+class LineClock {
+public:
+    // Seconds since 1970 of "MM-dd-yy,HH:MM:SS" at `p`, NaN when malformed.
+    double at(const char *p)
+    {
+        if (std::memcmp(p, key_, 11) != 0) {
+            std::memcpy(key_, p, 11);
+            hourStart_ = std::numeric_limits<double>::quiet_NaN();
+            const QDate date = dateOf(p);
+            const int hour = twoDigits(p + 9);
+            if (date.isValid() && p[8] == ',' && hour >= 0 && hour < 24)
+                hourStart_ = double(QDateTime(date, QTime(hour, 0)).toSecsSinceEpoch());
+        }
+        const int minute = twoDigits(p + 12), second = twoDigits(p + 15);
+        if (p[11] != ':' || p[14] != ':' || minute < 0 || minute > 59 || second < 0 || second > 60)
+            return std::numeric_limits<double>::quiet_NaN();
+        return hourStart_ + minute * 60 + second;
+    }
+
+private:
+    static int twoDigits(const char *p)
+    {
+        return p[0] >= '0' && p[0] <= '9' && p[1] >= '0' && p[1] <= '9' ? (p[0] - '0') * 10 + (p[1] - '0') : -1;
+    }
+    char key_[11] = {};
+    double hourStart_ = std::numeric_limits<double>::quiet_NaN();
+};
+
+struct Sample {
+    double time;
+    float value;
+};
+
+// Every readable line of one data file: date, time and the display text.
+void readFile(const QString &path, ProbeType type, double before, LineClock &clock, std::vector<Sample> &out,
+              qint64 &lines)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QByteArray bytes = file.readAll();
+    const char *p = bytes.constData(), *end = p + bytes.size();
+    while (p < end) {
+        const char *eol = static_cast<const char *>(std::memchr(p, '\n', std::size_t(end - p)));
+        const char *lineEnd = eol ? eol : end;
+        const char *textEnd = lineEnd > p && lineEnd[-1] == '\r' ? lineEnd - 1 : lineEnd;
+        if (textEnd - p > 18 && p[17] == ',') {
+            ++lines;
+            const double t = clock.at(p);
+            const char *text = p + 18;
+            double v = std::numeric_limits<double>::quiet_NaN();
+            if (type == ProbeType::Switch) {
+                const std::size_t n = std::size_t(textEnd - text);
+                if (n == 4 && std::memcmp(text, "Open", 4) == 0)
+                    v = kSwitchOpen;
+                else if (n == 6 && std::memcmp(text, "Closed", 6) == 0)
+                    v = kSwitchClosed;
+            } else {
+                const auto res = std::from_chars(text, textEnd, v);
+                if (res.ec != std::errc() || res.ptr != textEnd)
+                    v = std::numeric_limits<double>::quiet_NaN();
+            }
+            if (std::isfinite(t) && std::isfinite(v) && t < before)
+                out.push_back({t, float(v)});
+        }
+        p = lineEnd + 1;
+    }
+}
+
+// The dated folders below "Data" that can hold samples after `since`,
+// oldest first.
+QStringList datedFolders(const QString &data, double since)
+{
+    const QDate first = QDateTime::fromSecsSinceEpoch(qint64(since)).date().addDays(-1);
+    std::vector<std::pair<QDate, QString>> found;
+    for (const QString &name : QDir(data).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QByteArray latin = name.toLatin1();
+        const QDate date = latin.size() == 8 ? dateOf(latin.constData()) : QDate();
+        if (date.isValid() && date >= first)
+            found.emplace_back(date, name);
+    }
+    std::sort(found.begin(), found.end());
+    QStringList folders;
+    for (const auto &[date, name] : found)
+        folders << data + '/' + name;
+    return folders;
+}
+
+} // namespace
+
+std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const std::atomic<bool> *cancel)
+{
+    auto loaded = std::make_unique<LoadedHistory>();
+    const double interval = std::max(job.interval, 1);
+    const int length = TimeHistory::kLength;
+    const QString data = QFile::decodeName(job.dataFolder);
+    QStringList folders = datedFolders(data, job.before - interval * length);
+    folders << data;  // today's files last
+
+    std::vector<std::vector<Sample>> samples(std::size_t(job.probeCount));
+    double newest = -1;
+    for (int i = 0; i < job.probeCount; ++i) {
+        if (job.fileNames[std::size_t(i)].isEmpty())
+            continue;
+        LineClock clock;
+        for (const QString &folder : folders) {
+            if (cancel && cancel->load())
+                return std::make_unique<LoadedHistory>();
+            readFile(folder + '/' + QFile::decodeName(job.fileNames[std::size_t(i)]), job.types[std::size_t(i)],
+                     job.before, clock, samples[std::size_t(i)], loaded->linesRead);
+        }
+        for (const Sample &s : samples[std::size_t(i)])
+            newest = std::max(newest, s.time);
+    }
+    if (newest < 0)
+        return loaded;
+
+    // The grid ends at the newest line; each line goes to its nearest slot
+    // (a later line of the same slot wins), slots without one are gaps.
+    int oldest = length;
+    std::vector<std::vector<float>> columns(std::size_t(job.probeCount));
+    for (int i = 0; i < job.probeCount; ++i) {
+        auto &column = columns[std::size_t(i)];
+        for (const Sample &s : samples[std::size_t(i)]) {
+            const double age = std::round((newest - s.time) / interval);
+            if (age < 0 || age >= length)
+                continue;
+            if (column.empty())
+                column.assign(std::size_t(length), std::numeric_limits<float>::quiet_NaN());
+            const int index = length - 1 - int(age);
+            column[std::size_t(index)] = s.value;
+            oldest = std::min(oldest, index);
+        }
+        std::vector<Sample>().swap(samples[std::size_t(i)]);
+    }
+    for (int index = oldest; index < length; ++index) {
+        loaded->times.append(newest - double(length - 1 - index) * interval);
+        for (int i = 0; i < job.probeCount; ++i) {
+            const auto &column = columns[std::size_t(i)];
+            const float v = column.empty() ? std::numeric_limits<float>::quiet_NaN() : column[std::size_t(index)];
+            loaded->values[std::size_t(i)].append(std::isnan(v) ? kNoValue : double(v));
+        }
+    }
+    // The time the program was not running is a gap.
+    double next = newest + interval;
+    for (int k = 0; k < length && next < job.before - interval / 2; ++k, next += interval) {
+        loaded->times.append(next);
+        for (int i = 0; i < job.probeCount; ++i)
+            loaded->values[std::size_t(i)].append(kNoValue);
+    }
+    if (next < job.before - interval / 2)
+        next += std::floor((job.before - next) / interval) * interval;
+    loaded->nextSampleTime = next;
+    return loaded;
+}
+
+bool placeDeviceHistory(DeviceRecord &device, LoadedHistory &loaded, int probeCount)
+{
+    if (device.probeSlots() != probeCount)
+        return false;
+    if (loaded.times.samplesWritten() == 0)
+        return true;
+    // The samples the device's queries added since start follow the file's.
+    const int live = int(std::min<std::uint64_t>(device.Times.samplesWritten(), TimeHistory::kLength));
+    for (int index = TimeHistory::kLength - live; index < TimeHistory::kLength; ++index) {
+        loaded.times.append(device.Times.at(index));
+        for (int i = 0; i < probeCount; ++i)
+            if (const ProbeRecord *p = device.probe(i))
+                loaded.values[std::size_t(i)].append(p->Values.at(index));
+    }
+    device.Times = std::move(loaded.times);
+    for (int i = 0; i < probeCount; ++i)
+        if (ProbeRecord *p = device.probe(i))
+            p->Values = std::move(loaded.values[std::size_t(i)]);
+    if (live == 0)
+        device.NextSampleTime = loaded.nextSampleTime;
+    return true;
+}
+
+HistoryLoader::HistoryLoader(DeviceStore &store, QObject *parent)
+    : QObject(parent), store_(store), cancel_(std::make_shared<std::atomic<bool>>(false))
+{
+    pool_.setMaxThreadCount(std::max(1, QThread::idealThreadCount()));
+}
+
+HistoryLoader::~HistoryLoader()
+{
+    cancel_->store(true);
+    pool_.clear();
+    pool_.waitForDone();
+}
+
+void HistoryLoader::start(double now)
+{
+    for (int slot = 0; slot < store_.deviceCount(); ++slot) {
+        const DeviceRecord *device = store_.device(slot);
+        if (!device || !device->LoggingEnabled)
+            continue;
+        HistoryJob job;
+        job.dataFolder = store_.folder().data();
+        job.interval = std::max(device->QueryInterval, 1);
+        job.probeCount = device->probeSlots();
+        job.before = now;
+        for (int i = 0; i < job.probeCount; ++i) {
+            if (const ProbeRecord *p = device->probe(i)) {
+                job.fileNames[std::size_t(i)] = QFileInfo(QFile::decodeName(p->DataLogFile.bytes())).fileName().toLocal8Bit();
+                job.types[std::size_t(i)] = p->ProbeType;
+            }
+        }
+        ++pending_;
+        QPointer<HistoryLoader> self(this);
+        auto cancel = cancel_;
+        pool_.start([self, cancel, job, device] {
+            std::shared_ptr<LoadedHistory> loaded = readDeviceHistory(job, cancel.get());
+            if (cancel->load())
+                return;
+            QMetaObject::invokeMethod(
+                self.data(), [self, device, job, loaded] {
+                    if (self)
+                        self->place(device, job.probeCount, loaded);
+                },
+                Qt::QueuedConnection);
+        });
+    }
+    if (pending_ == 0)
+        QMetaObject::invokeMethod(this, &HistoryLoader::finished, Qt::QueuedConnection);
+}
+
+void HistoryLoader::place(const DeviceRecord *device, int probeCount, std::shared_ptr<LoadedHistory> loaded)
+{
+    const int slot = store_.slotOf(device);
+    DeviceRecord *record = store_.deviceForUpdate(slot);
+    if (record && placeDeviceHistory(*record, *loaded, probeCount))
+        emit deviceLoaded(slot);
+    if (--pending_ == 0)
+        emit finished();
+}
+
+} // namespace cz
