@@ -82,7 +82,7 @@ void writeDataFiles(DeviceStore &store, int devices, std::int64_t now)
                                                                                  : data + '/' + day.toString("MM-dd-yy");
                 }
                 const int inDay = int(t - dayStart);
-                char clock[16];
+                char clock[32];
                 std::snprintf(clock, sizeof clock, "%02d:%02d:%02d,", inDay / 3600, inDay / 60 % 60, inDay % 60);
                 text += dayText;
                 text += clock;

@@ -10,7 +10,6 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
-#include <QStyleOptionFocusRect>
 #include <QToolTip>
 #include <QVBoxLayout>
 
@@ -196,9 +195,8 @@ CSymbolSelectDlg::CSymbolSelectDlg(int symbol, const QColor &color, const QColor
     grid_->setFocus();
 }
 
-SymbolPreview::SymbolPreview(const QString &what, QWidget *parent) : QWidget(parent), what_(what)
+SymbolPreview::SymbolPreview(const QString &what, QWidget *parent) : PickerBox(parent), what_(what)
 {
-    setFocusPolicy(Qt::StrongFocus);
     setFixedSize(28, 28);
     show(-1, Qt::white);
 }
@@ -212,38 +210,10 @@ void SymbolPreview::show(int symbol, const QColor &color)
     update();
 }
 
-void SymbolPreview::paintEvent(QPaintEvent *)
+void SymbolPreview::paintContent(QPainter &painter, const QRect &inside)
 {
-    QPainter painter(this);
-    painter.fillRect(rect(), palette().color(QPalette::Mid));
-    const QRectF box(2, 2, 24, 24);
-    painter.fillRect(box, Qt::black);
-    drawSymbol(painter, symbol_, color_, QColor(0xB6, 0xB6, 0xB6), kSize, box.center());
-    if (hasFocus()) {
-        QStyleOptionFocusRect focus;
-        focus.initFrom(this);
-        focus.rect = rect();
-        style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
-    }
-}
-
-void SymbolPreview::mouseDoubleClickEvent(QMouseEvent *)
-{
-    emit activated();
-}
-
-void SymbolPreview::keyPressEvent(QKeyEvent *event)
-{
-    switch (event->key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-    case Qt::Key_Space:
-    case Qt::Key_F4:
-        emit activated();
-        return;
-    default:
-        QWidget::keyPressEvent(event);
-    }
+    painter.fillRect(inside, Qt::black);
+    drawSymbol(painter, symbol_, color_, QColor(0xB6, 0xB6, 0xB6), kSize, QRectF(inside).center());
 }
 
 } // namespace cz

@@ -3,6 +3,8 @@
 // colours dialog shows per probe.
 #pragma once
 
+#include "PickerBox.h"
+
 #include <QDialog>
 
 class QCPItemRect;
@@ -56,8 +58,9 @@ private:
     int current_;
 };
 
-// A 24 x 24 picture of one symbol in a colour on black.
-class SymbolPreview final : public QWidget {
+// A 24 x 24 picture of one symbol in a colour on black, opening the
+// selector.
+class SymbolPreview final : public PickerBox {
     Q_OBJECT
 public:
     SymbolPreview(const QString &what, QWidget *parent);
@@ -65,13 +68,8 @@ public:
     int symbol() const { return symbol_; }
     QSize sizeHint() const override { return {28, 28}; }
 
-signals:
-    void activated();
-
 protected:
-    void paintEvent(QPaintEvent *event) override;
-    void mouseDoubleClickEvent(QMouseEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
+    void paintContent(QPainter &painter, const QRect &inside) override;
 
 private:
     QString what_;

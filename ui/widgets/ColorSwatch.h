@@ -1,14 +1,14 @@
-// A box painted in a colour, opened with a double-click, Enter or Space.
-// Screen readers hear what it is and its colour ("High Alarm Range colour
-// #FF0000").
+// A box painted in a colour that opens the colour chooser. Screen readers
+// hear what it is and its colour ("High Alarm Range colour #FF0000").
 #pragma once
 
+#include "PickerBox.h"
+
 #include <QColor>
-#include <QWidget>
 
 namespace cz {
 
-class ColorSwatch final : public QWidget {
+class ColorSwatch final : public PickerBox {
     Q_OBJECT
 public:
     ColorSwatch(const QString &what, QWidget *parent);
@@ -16,13 +16,8 @@ public:
     QColor color() const { return color_; }
     QSize sizeHint() const override { return {48, 20}; }
 
-signals:
-    void activated();
-
 protected:
-    void paintEvent(QPaintEvent *event) override;
-    void mouseDoubleClickEvent(QMouseEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
+    void paintContent(QPainter &painter, const QRect &inside) override;
 
 private:
     QString what_;
