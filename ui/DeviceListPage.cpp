@@ -3,6 +3,7 @@
 #include "DeviceStore.h"
 #include "DeviceFile.h"
 #include "ProbeListView.h"
+#include "ProgramConfigDlg.h"
 #include "ProbeStatusWindows.h"
 #include "ProbeTableModel.h"
 #include "Prompter.h"
@@ -56,8 +57,7 @@ DeviceListPage::DeviceListPage(DeviceStore &app, Prompter &prompter, QWidget *pa
     connect(enableButton, &QPushButton::clicked, this, [this] { enableSelected(true); });
     connect(deleteButton, &QPushButton::clicked, this, &DeviceListPage::deleteSelectedDevice);
     connect(showHideButton, &QPushButton::clicked, this, &DeviceListPage::toggleDisabledProbes);
-    connect(programButton, &QPushButton::clicked, this,
-            [this] { notAvailable(QStringLiteral("The program configuration")); });
+    connect(programButton, &QPushButton::clicked, this, &DeviceListPage::configureProgram);
     connect(aboutButton, &QPushButton::clicked, this, &DeviceListPage::showAbout);
     // The buttons follow the selection however it is made: mouse, keyboard
     // or screen reader.
@@ -77,6 +77,7 @@ void DeviceListPage::rebuild()
 {
     firstDeviceHint_->setVisible(app_.deviceCount() == 0);
     model_->rebuild();
+    statusWindows_->refresh();
     list_->setUpColumns();
     list_->sortInitially();
     updateShowHideButton();
@@ -207,9 +208,14 @@ void DeviceListPage::showAbout()
     about.exec();
 }
 
-void DeviceListPage::notAvailable(const QString &what)
+void DeviceListPage::configureProgram()
 {
-    prompter_.tell(this, MessageIcon::Information, what + QStringLiteral(" is not available in this build yet."));
+    CProgramConfigDlg dialog(app_, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    // Rows and meters take the new colours at once; charts when next shown.
+    model_->coloursChanged();
+    statusWindows_->refresh();
 }
 
 } // namespace cz

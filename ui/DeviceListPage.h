@@ -37,6 +37,8 @@ public:
     void deleteSelectedDevice();
     void configureSelectedDevice();
     void showAbout();
+    // "Configure Corvanta Zephtra"; OK recolours the rows and meters.
+    void configureProgram();
 
 signals:
     // "Configure Selected Device" chose device `slot`.
@@ -52,7 +54,6 @@ private:
     int selectedDevice(const QString &manyDevicesText);
     void updateSelectionButtons();
     void updateShowHideButton();
-    void notAvailable(const QString &what);
 
     DeviceStore &app_;
     Prompter &prompter_;

@@ -1,5 +1,7 @@
 #include "ProbeCells.h"
 
+#include "ColorSwatch.h"
+
 #include "CFormat.h"
 #include "DeviceFile.h"
 #include "History.h"
@@ -192,7 +194,7 @@ QColor rowColour(const ProgramSettings &s, const ProbeRecord &p)
     case AlarmState::LowAlarm: bgr = s.LowAlarmColor; break;
     default: break;
     }
-    return QColor(bgr & 0xFF, (bgr >> 8) & 0xFF, (bgr >> 16) & 0xFF);
+    return colorFromSetting(bgr);
 }
 
 } // namespace cz

@@ -1,14 +1,36 @@
 #include "ProbeStatusWindows.h"
 
 #include "DeviceStore.h"
-#include "ProbeCells.h"
+#include "ProbeStatusDlg.h"
 #include "Prompter.h"
 
-#include <QDialog>
-#include <QLabel>
-#include <QVBoxLayout>
+#include <QScreen>
 
 namespace cz {
+
+QPoint statusWindowPosition(QSize screen, const QList<QRect> &others, int frameWidth)
+{
+    constexpr int kStart = 20, kRow = 470;
+    int x = kStart, y = kStart;
+    const int maxX = screen.width() - 110, maxY = screen.height() - kRow;
+    for (const QRect &r : others) {
+        const int edge = r.x() + r.width() + frameWidth;
+        if (edge < maxX)
+            x = edge + 4;
+        if (r.y() < maxY)
+            y = r.y();
+        if (x > maxX) {
+            y += kRow;
+            if (maxX >= kStart)
+                x = kStart;
+        }
+        if (x > maxX || y > maxY) {
+            x = kStart;
+            y = kStart;
+        }
+    }
+    return {x, y};
+}
 
 ProbeStatusWindows::ProbeStatusWindows(DeviceStore &app, Prompter &prompter, QWidget *owner)
     : QObject(owner), app_(app), prompter_(prompter), owner_(owner)
@@ -18,76 +40,61 @@ ProbeStatusWindows::ProbeStatusWindows(DeviceStore &app, Prompter &prompter, QWi
 int ProbeStatusWindows::openCount() const
 {
     int n = 0;
-    for (const Slot &s : slots_)
-        n += s.window ? 1 : 0;
+    for (const auto &w : slots_)
+        n += w ? 1 : 0;
     return n;
 }
 
 void ProbeStatusWindows::open(const ProbeRecord &probe)
 {
     const int probeIndex = probe.ProbeNumber - 1;
-    Slot *free = nullptr;
-    for (Slot &s : slots_) {
-        if (!s.window && !free)
-            free = &s;
-    }
-    if (!free) {
-        prompter_.tell(owner_, MessageIcon::Exclamation, QStringLiteral("Too many probe status windows open."));
-        return;
-    }
-    for (Slot &s : slots_) {
-        if (s.window && s.device == probe.DeviceNumber && s.probeIndex == probeIndex) {
-            s.window->raise();
-            s.window->activateWindow();
+    for (const auto &w : slots_) {
+        if (w && w->device() == probe.DeviceNumber && w->probeIndex() == probeIndex) {
+            w->raise();
+            w->activateWindow();
             return;
         }
     }
-    const DeviceRecord *d = app_.device(probe.DeviceNumber);
-    auto *window = new QDialog(owner_);
-    window->setAttribute(Qt::WA_DeleteOnClose);
-    window->setWindowTitle(QString::fromUtf8(probe.ProbeName.bytes()) + QStringLiteral(" - ") +
-                           (d ? QString::fromUtf8(d->DeviceName.bytes()) : QString()));
-    auto *layout = new QVBoxLayout(window);
-    free->text = new QLabel(window);
-    free->text->setTextFormat(Qt::PlainText);
-    free->text->setMinimumWidth(260);
-    layout->addWidget(free->text);
-    auto *note = new QLabel(QStringLiteral("The probe meter is not part of this build yet."), window);
-    note->setEnabled(false);
-    layout->addWidget(note);
-    free->window = window;
-    free->device = probe.DeviceNumber;
-    free->probeIndex = probeIndex;
-    fill(*free);
-    window->show();
-}
-
-void ProbeStatusWindows::fill(Slot &slot)
-{
-    const DeviceRecord *d = app_.device(slot.device);
-    const ProbeRecord *p = d ? d->probe(slot.probeIndex) : nullptr;
-    if (!p || !slot.text)
+    auto free = std::find_if(slots_.begin(), slots_.end(), [](const auto &w) { return !w; });
+    if (free == slots_.end()) {
+        prompter_.tell(owner_, MessageIcon::Exclamation, QStringLiteral("Too many probe status windows open."));
         return;
-    auto cell = [&](int kind) { return probeCellText(kind, *d, *p); };
-    slot.text->setText(QStringLiteral("%1\nProbe %2: %3\n\nCurrent value: %4\nAlarm state: %5\nLast contact: %6 %7")
-                           .arg(cell(ColumnKind::DeviceName), cell(ColumnKind::ProbeNumber),
-                                cell(ColumnKind::ProbeName), cell(ColumnKind::CurrentValue),
-                                cell(ColumnKind::AlarmStateKind), cell(ColumnKind::ContactDate),
-                                cell(ColumnKind::ContactTime)));
+    }
+    const DeviceRecord *d = app_.device(probe.DeviceNumber);
+    if (!d || !d->probe(probeIndex)) {
+        prompter_.tell(owner_, MessageIcon::Error, QStringLiteral("Internal error.\n\nPlease restart the program."));
+        return;
+    }
+    auto *window = new CProbeStatusDlg(app_, probe.DeviceNumber, probeIndex, owner_);
+    // Placed on the screen the program's window is on, beside the others.
+    const QScreen *screen = owner_->screen();
+    const QRect area = screen ? screen->geometry() : QRect(0, 0, 1024, 768);
+    QList<QRect> others;
+    int frameWidth = 0;
+    for (const auto &w : slots_) {
+        if (!w)
+            continue;
+        const QRect frame = w->frameGeometry().translated(-area.topLeft());
+        others << frame;
+        frameWidth = (w->frameGeometry().width() - w->width()) / 2;
+    }
+    *free = window;
+    window->move(area.topLeft() + statusWindowPosition(area.size(), others, frameWidth));
+    window->show();
 }
 
 void ProbeStatusWindows::refresh()
 {
-    for (Slot &s : slots_)
-        if (s.window)
-            fill(s);
+    for (const auto &w : slots_)
+        if (w)
+            w->redraw();
 }
 
 void ProbeStatusWindows::closeAll()
 {
-    for (Slot &s : slots_)
-        if (s.window)
-            s.window->close();
+    for (const auto &w : slots_)
+        if (w)
+            w->close();
 }
 
 } // namespace cz

@@ -1,14 +1,17 @@
 // The table of floating probe status windows (128 at most), opened by
-// double-clicking a probe in the list. Each window shows its probe's
-// reading and state and follows every walk.
+// double-clicking a probe in the list. Each window shows its probe's meter
+// and state and follows every walk.
 #pragma once
 
+#include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QRect>
+
+#include "ProbeStatusDlg.h"
 
 #include <array>
 
-class QLabel;
 class QWidget;
 
 namespace cz {
@@ -16,6 +19,11 @@ namespace cz {
 class DeviceStore;
 class Prompter;
 struct ProbeRecord;
+
+// Where a new status window goes on a screen of `screen` size: beside the
+// open windows (`others`, their frames in slot order) in rows from the
+// top-left corner, back to the corner when the screen is full.
+QPoint statusWindowPosition(QSize screen, const QList<QRect> &others, int frameWidth);
 
 class ProbeStatusWindows : public QObject {
     Q_OBJECT
@@ -27,23 +35,17 @@ public:
     // has; a full table says so.
     void open(const ProbeRecord &probe);
     int openCount() const;
-    // Redraws every open window (after each walk).
+    CProbeStatusDlg *window(int slot) const { return slots_[std::size_t(slot)]; }
+    // Redraws every open window (after each walk and each change of
+    // devices or colours).
     void refresh();
     void closeAll();
 
 private:
-    struct Slot {
-        QPointer<QWidget> window;
-        int device = -1;
-        int probeIndex = -1;
-        QLabel *text = nullptr;
-    };
-    void fill(Slot &slot);
-
     DeviceStore &app_;
     Prompter &prompter_;
     QWidget *owner_;
-    std::array<Slot, kSlots> slots_;
+    std::array<QPointer<CProbeStatusDlg>, kSlots> slots_;
 };
 
 } // namespace cz

@@ -74,6 +74,12 @@ void ProbeTableModel::removeRowsWhere(const std::function<bool(const ProbeRecord
     }
 }
 
+void ProbeTableModel::coloursChanged()
+{
+    if (rowCount() > 0 && columnCount() > 0)
+        emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1), {Qt::BackgroundRole});
+}
+
 void ProbeTableModel::refresh()
 {
     const int columns = int(kinds_.size());

@@ -27,6 +27,8 @@ public:
     void refresh();
     // The rows of the device in `slot`, removed before its records go.
     void removeDeviceRows(int slot);
+    // The alarm-state colours changed: every row's colour is announced.
+    void coloursChanged();
     // Disabled probes: appended at the end, or every such row removed.
     void showDisabledProbes(bool show);
 

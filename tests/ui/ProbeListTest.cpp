@@ -245,23 +245,34 @@ TEST(ProbeList, DeletingNeedsOneDeviceAndAYes)
 TEST(ProbeList, StatusWindowsAreRaisedWhenOpenAndLimitedTo128)
 {
     ListFixture f;
+    for (int d = 0; d < 8; ++d) {
+        DeviceRecord &dev = addDevice(f.store(), "Rack " + QByteArray::number(d), "Model R16", 10 + d,
+                                      {T, T, T, T, T, T, T, T, T, T, T, T, T, T, T, T});
+        for (int i = 0; i < 16; ++i)
+            dev.probe(i)->ProbeNumber = i + 1;
+    }
     DeviceListPage page(f.store(), f.prompter);
     ProbeStatusWindows &windows = page.statusWindows();
     windows.open(*f.lab->probe(0));
     windows.open(*f.lab->probe(0));
     EXPECT_EQ(windows.openCount(), 1);
-    std::vector<std::unique_ptr<ProbeRecord>> others;
-    for (int i = 0; i < 127; ++i) {
-        others.push_back(std::make_unique<ProbeRecord>());
-        others.back()->DeviceNumber = 0;
-        others.back()->ProbeNumber = 100 + i;
-        windows.open(*others.back());
-    }
+    for (int slot = 2; slot < 10; ++slot)
+        for (int i = 0; i < 16 && windows.openCount() < 128; ++i)
+            windows.open(*f.store().device(slot)->probe(i));
     EXPECT_EQ(windows.openCount(), 128);
     EXPECT_TRUE(f.prompter.told.isEmpty());
     windows.open(*f.lab->probe(1));
     EXPECT_EQ(f.prompter.told, QStringList{"Too many probe status windows open."});
     windows.closeAll();
+    QCoreApplication::processEvents();
+
+    // A probe the device does not have.
+    ProbeRecord stray;
+    stray.DeviceNumber = 0;
+    stray.ProbeNumber = 17;
+    windows.open(stray);
+    EXPECT_EQ(f.prompter.told.last(), QStringLiteral("Internal error.\n\nPlease restart the program."));
+    EXPECT_EQ(windows.openCount(), 0);
 }
 
 // Operators who use the keyboard or a screen reader: the buttons follow the

@@ -93,10 +93,4 @@ int clickedProbe(const DeviceRecord &device, const QString &title);
 QString chartDocumentName(const DeviceRecord &device, double firstTime, double lastTime);
 QString chartFileName(const DeviceRecord &device, double firstTime, double lastTime);
 
-// 0x00BBGGRR as stored in the settings to 0xRRGGBB.
-inline std::int32_t rgbFromSetting(std::int32_t bgr)
-{
-    return ((bgr & 0xFF) << 16) | (bgr & 0xFF00) | ((bgr >> 16) & 0xFF);
-}
-
 } // namespace cz

@@ -20,16 +20,6 @@ namespace {
 
 constexpr int kLegendNameLength = 16;
 
-QColor colorOfSetting(std::int32_t bgr)
-{
-    return QColor(QRgb(0xFF000000u | std::uint32_t(rgbFromSetting(bgr))));
-}
-
-std::int32_t settingOfColor(const QColor &c)
-{
-    return std::int32_t(c.red() | (c.green() << 8) | (c.blue() << 16));
-}
-
 } // namespace
 
 CColorSymbolDlg::CColorSymbolDlg(ConfigContext &context, int slot, QWidget *parent)
@@ -93,24 +83,24 @@ CColorSymbolDlg::CColorSymbolDlg(ConfigContext &context, int slot, QWidget *pare
 
 void CColorSymbolDlg::showProbe(int probe)
 {
-    const QColor color = colorOfSetting(style_.colors[std::size_t(probe)]);
+    const QColor color = colorFromSetting(style_.colors[std::size_t(probe)]);
     colorBoxes_[std::size_t(probe)]->setColor(color);
     symbolBoxes_[std::size_t(probe)]->show(style_.symbols[std::size_t(probe)], color);
 }
 
 void CColorSymbolDlg::chooseColor(int probe)
 {
-    QColor color = colorOfSetting(style_.colors[std::size_t(probe)]);
+    QColor color = colorFromSetting(style_.colors[std::size_t(probe)]);
     if (!cz::chooseColor(this, color))
         return;
-    style_.colors[std::size_t(probe)] = settingOfColor(color);
+    style_.colors[std::size_t(probe)] = settingFromColor(color);
     showProbe(probe);
 }
 
 void CColorSymbolDlg::chooseSymbol(int probe)
 {
-    const QColor color = colorOfSetting(style_.colors[std::size_t(probe)]);
-    const QColor background = colorOfSetting(context_.store.settings.PlotAreaColor);
+    const QColor color = colorFromSetting(style_.colors[std::size_t(probe)]);
+    const QColor background = colorFromSetting(context_.store.settings.PlotAreaColor);
     CSymbolSelectDlg selector(style_.symbols[std::size_t(probe)], color, background, this);
     if (selector.exec() == QDialog::Accepted)
         style_.symbols[std::size_t(probe)] = selector.symbol();

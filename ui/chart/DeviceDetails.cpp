@@ -3,6 +3,7 @@
 #include "ChartFiles.h"
 #include "ChartSeries.h"
 #include "ChartSymbols.h"
+#include "ColorSwatch.h"
 #include "ColorSymbolDlg.h"
 #include "ConfigContext.h"
 #include "DeviceStore.h"
@@ -40,11 +41,6 @@ constexpr QCP::AntialiasedElements kSharpElements = QCP::aeLegendItems | QCP::ae
 QColor rgbColor(std::int32_t rgb)
 {
     return QColor(QRgb(0xFF000000u | std::uint32_t(rgb & 0xFFFFFF)));
-}
-
-QColor settingColor(std::int32_t bgr)
-{
-    return rgbColor(rgbFromSetting(bgr));
 }
 
 QFont chartFont(bool italic, int pointSize)
@@ -324,12 +320,12 @@ void CDeviceDetails::activate()
 void CDeviceDetails::takeColours()
 {
     const ProgramSettings &s = context_.store.settings;
-    plotArea_ = settingColor(s.PlotAreaColor);
-    legendArea_ = settingColor(s.LegendAreaColor);
-    timeAxis_ = settingColor(s.XAxisColor);
-    tempAxis_ = settingColor(s.YAxis1Color);
-    humAxis_ = settingColor(s.YAxis2Color);
-    grid_ = settingColor(s.GridColor);
+    plotArea_ = colorFromSetting(s.PlotAreaColor);
+    legendArea_ = colorFromSetting(s.LegendAreaColor);
+    timeAxis_ = colorFromSetting(s.XAxisColor);
+    tempAxis_ = colorFromSetting(s.YAxis1Color);
+    humAxis_ = colorFromSetting(s.YAxis2Color);
+    grid_ = colorFromSetting(s.GridColor);
     plot_->dragColor = grid_;
 }
 
@@ -471,7 +467,7 @@ void CDeviceDetails::buildChart()
         if (!p)
             continue;
         anySwitch = anySwitch || p->ProbeType == ProbeType::Switch;
-        const QColor color = p->ProbeEnabled ? settingColor(p->ChartDataColor) : rgbColor(kDisabledSeriesColor);
+        const QColor color = p->ProbeEnabled ? colorFromSetting(p->ChartDataColor) : rgbColor(kDisabledSeriesColor);
         seriesPoints(device_, s.probe, view_.first, times, 2 * plotWidth, points);
         s.line->data()->set(points.line, true);
         s.bridge->data()->set(points.bridges, true);

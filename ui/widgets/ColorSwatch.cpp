@@ -26,6 +26,16 @@ void ColorSwatch::paintContent(QPainter &painter, const QRect &inside)
     painter.fillRect(inside, color_);
 }
 
+QColor colorFromSetting(std::int32_t bgr)
+{
+    return QColor(bgr & 0xFF, (bgr >> 8) & 0xFF, (bgr >> 16) & 0xFF);
+}
+
+std::int32_t settingFromColor(const QColor &c)
+{
+    return std::int32_t(c.red() | (c.green() << 8) | (c.blue() << 16));
+}
+
 bool chooseColor(QWidget *parent, QColor &color)
 {
     QColorDialog dialog(color, parent);

@@ -6,6 +6,8 @@
 
 #include <QColor>
 
+#include <cstdint>
+
 namespace cz {
 
 class ColorSwatch final : public PickerBox {
@@ -23,6 +25,10 @@ private:
     QString what_;
     QColor color_ = Qt::black;
 };
+
+// Colours as the settings store them, 0x00BBGGRR.
+QColor colorFromSetting(std::int32_t bgr);
+std::int32_t settingFromColor(const QColor &color);
 
 // Opens the colour chooser on `color`; true and the new colour on OK.
 bool chooseColor(QWidget *parent, QColor &color);

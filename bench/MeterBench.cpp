@@ -1,0 +1,67 @@
+// 128 probe status meters open (offscreen platform): what redrawing them
+// after a cycle costs the event loop, when every reading changed and when
+// none did.
+#include "BenchSupport.h"
+#include "DeviceListPage.h"
+#include "DeviceStore.h"
+#include "LogFiles.h"
+#include "ProbeStatusWindows.h"
+#include "Prompter.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+using namespace cz;
+
+int main(int argc, char **argv)
+{
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication app(argc, argv);
+    std::setlocale(LC_NUMERIC, "C");
+    QTemporaryDir dir;
+    const DataFolder folder{QFile::encodeName(dir.path())};
+    QList<int> ports;
+    for (int d = 0; d < 8; ++d)
+        ports.append(20000 + d);
+    bench::writeDataFolder(folder, ports);
+    EventLog log(SystemClock::instance());
+    ProgramStatus status;
+    DeviceStore store(folder, SystemClock::instance(), log, status);
+    store.readProgramSettings();
+    MessageBoxPrompter prompter;
+    DeviceListPage page(store, prompter);
+    page.show();
+    for (int slot = 0; slot < store.deviceCount(); ++slot)
+        for (int i = 0; i < 16; ++i)
+            page.statusWindows().open(*store.device(slot)->probe(i));
+    QApplication::processEvents();
+    std::printf("meters open: %d\n", page.statusWindows().openCount());
+
+    auto cycle = [&](bool change, int run) {
+        if (change)
+            for (int slot = 0; slot < store.deviceCount(); ++slot)
+                for (int i = 0; i < 16; ++i)
+                    store.deviceForUpdate(slot)->probe(i)->CurrentTemp = 45 + (run + i) % 30;
+        QElapsedTimer t;
+        t.start();
+        page.statusWindows().refresh();
+        QApplication::processEvents();  // the repaints
+        return double(t.nsecsElapsed()) / 1e6;
+    };
+    std::vector<double> changed, unchanged;
+    for (int run = 0; run < 21; ++run) {
+        changed.push_back(cycle(true, run));
+        unchanged.push_back(cycle(false, run));
+    }
+    std::printf("128 meters after a cycle that changed every reading: median %.2f ms (target < 10); "
+                "nothing changed: median %.2f ms\n",
+                bench::median(changed), bench::median(unchanged));
+    return 0;
+}
