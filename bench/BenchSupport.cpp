@@ -54,6 +54,27 @@ void writeDataFolder(const DataFolder &folder, const QList<int> &ports)
     s.writeDevicesSection();
 }
 
+namespace {
+
+DataFolder filledFolder(const QTemporaryDir &dir, int devices)
+{
+    const DataFolder folder{QFile::encodeName(dir.path())};
+    QList<int> ports;
+    for (int d = 0; d < devices; ++d)
+        ports.append(20000 + d);
+    writeDataFolder(folder, ports);
+    return folder;
+}
+
+} // namespace
+
+FolderStore::FolderStore(int devices)
+    : folder(filledFolder(dir, devices)), log(SystemClock::instance()),
+      store(folder, SystemClock::instance(), log, status)
+{
+    store.readProgramSettings();
+}
+
 long residentKiB()
 {
     std::ifstream status("/proc/self/status");

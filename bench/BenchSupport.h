@@ -3,11 +3,14 @@
 #pragma once
 
 #include "DataFolder.h"
+#include "DeviceStore.h"
+#include "LogFiles.h"
 
 #include <QElapsedTimer>
 #include <QList>
 #include <QProcess>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <vector>
@@ -21,6 +24,17 @@ QList<int> startSimulator(QProcess &simulator, const QStringList &arguments);
 // Writes a data folder of one "Model R16" device of 16 temperature probes
 // per port, logging on, thresholds 40/50/73/74 and an e-mail after 3 readings.
 void writeDataFolder(const DataFolder &folder, const QList<int> &ports);
+
+// A temporary data folder of `devices` such devices, read by a store on
+// the system clock.
+struct FolderStore {
+    explicit FolderStore(int devices);
+    QTemporaryDir dir;
+    DataFolder folder;
+    EventLog log;
+    ProgramStatus status;
+    DeviceStore store;
+};
 
 // Resident memory of this process in KiB.
 long residentKiB();

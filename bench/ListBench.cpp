@@ -27,16 +27,8 @@ int main(int argc, char **argv)
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
-    QTemporaryDir dir;
-    const DataFolder folder{QFile::encodeName(dir.path())};
-    QList<int> ports;
-    for (int d = 0; d < kMaxDevices; ++d)
-        ports.append(20000 + d);
-    bench::writeDataFolder(folder, ports);
-    EventLog log(SystemClock::instance());
-    ProgramStatus status;
-    DeviceStore state(folder, SystemClock::instance(), log, status);
-    state.readProgramSettings();
+    bench::FolderStore folder(kMaxDevices);
+    DeviceStore &state = folder.store;
     MessageBoxPrompter prompter;
     DeviceListPage page(state, prompter);
     page.resize(1200, 800);

@@ -25,16 +25,8 @@ int main(int argc, char **argv)
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
-    QTemporaryDir dir;
-    const DataFolder folder{QFile::encodeName(dir.path())};
-    QList<int> ports;
-    for (int d = 0; d < 8; ++d)
-        ports.append(20000 + d);
-    bench::writeDataFolder(folder, ports);
-    EventLog log(SystemClock::instance());
-    ProgramStatus status;
-    DeviceStore store(folder, SystemClock::instance(), log, status);
-    store.readProgramSettings();
+    bench::FolderStore folder(8);
+    DeviceStore &store = folder.store;
     MessageBoxPrompter prompter;
     DeviceListPage page(store, prompter);
     page.show();

@@ -5,6 +5,21 @@
 
 namespace cz {
 
+namespace {
+
+// An exclamation mark centred across a picture of `s` pixels: its bar
+// from `top` (fractions of s) and `width` wide, its dot at `dot`.
+void exclamation(QPainter &p, const QColor &color, double s, double top, double width, double dot)
+{
+    p.setPen(Qt::NoPen);
+    p.setBrush(color);
+    p.drawRoundedRect(QRectF(s * (0.5 - width / 2), s * top, s * width, s * (dot - top - 0.11)), s * width / 3,
+                      s * width / 3);
+    p.drawEllipse(QPointF(s / 2, s * dot), s * width * 0.58, s * width * 0.58);
+}
+
+} // namespace
+
 QPixmap statePicture(StatePicture which, int size, qreal pixelRatio)
 {
     QPixmap picture(int(size * pixelRatio), int(size * pixelRatio));
@@ -26,10 +41,7 @@ QPixmap statePicture(StatePicture which, int size, qreal pixelRatio)
         p.setPen(outline);
         p.setBrush(QColor(0xD0, 0x10, 0x10));
         p.drawPolygon(octagon);
-        p.setPen(Qt::NoPen);
-        p.setBrush(Qt::white);
-        p.drawRoundedRect(QRectF(s * 0.43, s * 0.2, s * 0.14, s * 0.4), s * 0.05, s * 0.05);
-        p.drawEllipse(QPointF(s / 2, s * 0.74), s * 0.08, s * 0.08);
+        exclamation(p, Qt::white, s, 0.2, 0.14, 0.74);
         break;
     }
     case StatePicture::Caution: {
@@ -40,10 +52,7 @@ QPixmap statePicture(StatePicture which, int size, qreal pixelRatio)
         p.setPen(edge);
         p.setBrush(QColor(0xFF, 0xD0, 0x00));
         p.drawPolygon(triangle);
-        p.setPen(Qt::NoPen);
-        p.setBrush(Qt::black);
-        p.drawRoundedRect(QRectF(s * 0.445, s * 0.32, s * 0.11, s * 0.33), s * 0.04, s * 0.04);
-        p.drawEllipse(QPointF(s / 2, s * 0.76), s * 0.065, s * 0.065);
+        exclamation(p, Qt::black, s, 0.32, 0.11, 0.76);
         break;
     }
     case StatePicture::Normal: {
