@@ -65,6 +65,8 @@ TEST(ChartSeries, TwelveProbesListThreeProbesDownEachLegendColumn)
     EXPECT_EQ(one.y(), four.y());
     EXPECT_GT(four.x(), one.x());
     EXPECT_EQ(page.seriesGraph(0)->name(), QStringLiteral("Probe 01: (T) 70.50"));
+    EXPECT_EQ(page.plot().accessibleName(), QStringLiteral("Chart of Cold Store"));
+    EXPECT_TRUE(page.plot().accessibleDescription().startsWith("Probe 01: (T) 70.50; Probe 04: (T) 73.50"));
 }
 
 TEST(ChartSeries, DisabledProbesAreGreyAndReadNotAvailable)
@@ -168,6 +170,14 @@ TEST(ChartZoom, ADragNarrowsBothAxesAndAZoomBeyondTheLimitIsIgnored)
     EXPECT_EQ(page.view().pointCount(), 8640);
     EXPECT_DOUBLE_EQ(page.view().tempUpper, page.view().tempMax);
     EXPECT_FALSE(page.view().follow);  // only opening the page follows again
+
+    // From the keyboard: the newer half, then half a window more.
+    page.timeSpanList().setFocus();
+    QTest::keyClick(&page.timeSpanList(), Qt::Key_Plus, Qt::ControlModifier);
+    EXPECT_EQ(page.view().pointCount(), 4320);
+    EXPECT_EQ(page.view().last, 86399);
+    QTest::keyClick(&page.timeSpanList(), Qt::Key_Minus, Qt::ControlModifier);
+    EXPECT_EQ(page.view().pointCount(), 6480);
 }
 
 TEST(ChartScroll, TheSliderMovesHalfAWindowAndClampsAtBothEnds)

@@ -260,9 +260,16 @@ CDeviceDetails::CDeviceDetails(ConfigContext &context, const DeviceRecord &devic
     connect(colors_, &QPushButton::clicked, this, &CDeviceDetails::openColorsAndSymbols);
     auto *print = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_P), this, this, &CDeviceDetails::printChart);
     auto *save = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_S), this, this, &CDeviceDetails::saveChart);
+    // Zooming from the keyboard keeps the newer half of the window (in),
+    // or adds half a window of older samples (out).
+    const ViewPort newerHalf{0.5, 0, 0.5, 1};
+    auto *zoomIn = new QShortcut(QKeySequence::ZoomIn, this, this, [this, newerHalf] { zoomTo(newerHalf, false); });
+    auto *zoomInToo = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Equal), this, this,
+                                    [this, newerHalf] { zoomTo(newerHalf, false); });
+    auto *zoomOut = new QShortcut(QKeySequence::ZoomOut, this, this, [this, newerHalf] { zoomTo(newerHalf, true); });
     // Only the page on screen answers them.
-    print->setContext(Qt::WindowShortcut);
-    save->setContext(Qt::WindowShortcut);
+    for (QShortcut *shortcut : {print, save, zoomIn, zoomInToo, zoomOut})
+        shortcut->setContext(Qt::WindowShortcut);
     connect(&context_.store, &DeviceStore::chartStyleChanged, this, [this](int changed) {
         if (changed == slot()) {
             takeColours();
@@ -482,6 +489,12 @@ void CDeviceDetails::buildChart()
         s.bridge->setPen(pen);
         s.line->setLayer(int(position) == selected_ ? QStringLiteral("front") : QStringLiteral("main"));
     }
+    // Screen readers get what the legend says.
+    QStringList entries;
+    for (const Series &s : series_)
+        entries << s.line->name();
+    plot_->setAccessibleName(QStringLiteral("Chart of %1").arg(title_->text()));
+    plot_->setAccessibleDescription(entries.join(QStringLiteral("; ")));
     openMarker_->setVisible(anySwitch);
     closedMarker_->setVisible(anySwitch);
     for (QCPItemText *marker : {openMarker_, closedMarker_})
