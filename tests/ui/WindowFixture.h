@@ -29,22 +29,21 @@ public:
 // Answers file dialogs from a script and keeps what they asked.
 class ScriptedFileChooser final : public FileChooser {
 public:
-    QString openFile(QWidget *, const FileQuestion &question) override
-    {
-        asked << question;
-        return answers.isEmpty() ? QString() : answers.takeFirst();
-    }
-    QString saveFile(QWidget *, const FileQuestion &question) override
-    {
-        asked << question;
-        return answers.isEmpty() ? QString() : answers.takeFirst();
-    }
+    QString openFile(QWidget *, const FileQuestion &question) override { return answer(question); }
+    QString saveFile(QWidget *, const FileQuestion &question) override { return answer(question); }
     // Prints to the PDF file named next in `printerFiles`; cancels when
     // there is none.
     bool choosePrinter(QWidget *, QPrinter &printer) override;
     QStringList answers;
     QStringList printerFiles;
     QList<FileQuestion> asked;
+
+private:
+    QString answer(const FileQuestion &question)
+    {
+        asked << question;
+        return answers.isEmpty() ? QString() : answers.takeFirst();
+    }
 };
 
 struct WindowFixture {

@@ -271,10 +271,8 @@ CDeviceDetails::CDeviceDetails(ConfigContext &context, const DeviceRecord &devic
     for (QShortcut *shortcut : {print, save, zoomIn, zoomInToo, zoomOut})
         shortcut->setContext(Qt::WindowShortcut);
     connect(&context_.store, &DeviceStore::chartStyleChanged, this, [this](int changed) {
-        if (changed == slot()) {
-            takeColours();
+        if (changed == slot())
             draw();
-        }
     });
     activate();
 }
@@ -289,6 +287,13 @@ QCustomPlot &CDeviceDetails::plot()
 double CDeviceDetails::now() const
 {
     return double(context_.store.clock().nowMs()) / 1000.0;
+}
+
+double CDeviceDetails::sampleTime(int index) const
+{
+    std::vector<double> times;
+    sampleTimes(device_, index - 1, index, now(), times);
+    return times.empty() ? now() : times.front();
 }
 
 int CDeviceDetails::slot() const
@@ -411,14 +416,11 @@ void CDeviceDetails::buildSeries()
     for (int probe : seriesOrder(device_.probeSlots())) {
         Series s;
         s.probe = probe;
-        const ProbeRecord *p = device_.probe(probe);
-        QCPAxis *valueAxis = p && p->ProbeType == ProbeType::Temperature ? plot_->yAxis : plot_->yAxis2;
-        s.bridge = plot_->addGraph(plot_->xAxis, valueAxis);
+        s.bridge = plot_->addGraph(plot_->xAxis, plot_->yAxis);
         s.bridge->removeFromLegend();
         s.bridge->setSelectable(QCP::stNone);
-        s.line = plot_->addGraph(plot_->xAxis, valueAxis);
+        s.line = plot_->addGraph(plot_->xAxis, plot_->yAxis);
         s.line->setSelectable(QCP::stNone);
-        s.line->setLineStyle(p && p->ProbeType == ProbeType::Switch ? QCPGraph::lsStepLeft : QCPGraph::lsLine);
         series_.push_back(s);
     }
     builtProbeCount_ = device_.probeSlots();
@@ -428,15 +430,14 @@ void CDeviceDetails::buildChart()
 {
     if (builtProbeCount_ != device_.probeSlots())
         buildSeries();
-    else
-        for (const Series &s : series_) {
-            // A probe's type may have changed since; its axis follows.
-            const ProbeRecord *p = device_.probe(s.probe);
-            QCPAxis *axis = p && p->ProbeType == ProbeType::Temperature ? plot_->yAxis : plot_->yAxis2;
-            s.line->setValueAxis(axis);
-            s.bridge->setValueAxis(axis);
-            s.line->setLineStyle(p && p->ProbeType == ProbeType::Switch ? QCPGraph::lsStepLeft : QCPGraph::lsLine);
-        }
+    for (const Series &s : series_) {
+        // Each drawing follows the probe's type: its axis and line style.
+        const ProbeRecord *p = device_.probe(s.probe);
+        QCPAxis *axis = p && p->ProbeType == ProbeType::Temperature ? plot_->yAxis : plot_->yAxis2;
+        s.line->setValueAxis(axis);
+        s.bridge->setValueAxis(axis);
+        s.line->setLineStyle(p && p->ProbeType == ProbeType::Switch ? QCPGraph::lsStepLeft : QCPGraph::lsLine);
+    }
 
     title_->setText(QString::fromUtf8(device_.DeviceName.bytes()));
     plot_->setBackground(legendArea_);
@@ -628,10 +629,7 @@ bool CDeviceDetails::printTo(QPrinter &printer)
         context_.prompter.tell(this, MessageIcon::Error, QStringLiteral("Not enough memory to print this chart"));
         return false;
     }
-    std::vector<double> times;
-    sampleTimes(device_, view_.first, view_.last, now(), times);
-    if (!times.empty())
-        printer.setDocName(chartDocumentName(device_, times.front(), times.back()));
+    printer.setDocName(chartDocumentName(device_, sampleTime(view_.first + 1), sampleTime(view_.last)));
     QPainter painter;
     if (!painter.begin(&printer)) {
         context_.prompter.tell(this, MessageIcon::Error, QStringLiteral("Printer wouldn't initalize"));
@@ -650,15 +648,12 @@ bool CDeviceDetails::printTo(QPrinter &printer)
 
 void CDeviceDetails::saveChart()
 {
-    std::vector<double> times;
-    sampleTimes(device_, view_.first, view_.last, now(), times);
     FileQuestion question;
     question.title = QStringLiteral("Save Corvanta Zephtra Chart");
     question.filters = chartFileFilters();
     question.folder = QFile::decodeName(context_.store.folder().root);
     question.defaultSuffix = QStringLiteral("png");
-    if (!times.empty())
-        question.file = chartFileName(device_, times.front(), times.back());
+    question.file = chartFileName(device_, sampleTime(view_.first + 1), sampleTime(view_.last));
     const QString path = context_.files.saveFile(this, question);
     if (!path.isEmpty())
         saveTo(path);

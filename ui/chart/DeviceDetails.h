@@ -98,6 +98,9 @@ private:
     QString hotSpotAt(const QPoint &pos, int *probe) const;
     void updateSlider();
     double now() const;
+    // The time of history index `index` (grid times where nothing was
+    // written yet).
+    double sampleTime(int index) const;
     int slot() const;
 
     ConfigContext &context_;
