@@ -22,6 +22,7 @@ public:
     void sendQueryFailureEmail(int slot);
 
     EmailQueue &emailQueue() { return queue_; }
+    const EmailQueue &emailQueue() const { return queue_; }
     VoiceDialer &dialer() { return dialer_; }
 
 private:

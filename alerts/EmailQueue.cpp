@@ -64,9 +64,10 @@ void EmailQueue::enqueue(EmailJob job)
         next();
 }
 
-void EmailQueue::scriptEnded(quint64 job)
+void EmailQueue::scriptEnded(quint64 job, int exitCode)
 {
     if (busy_ && job == started_ && wait_.isActive()) {
+        (exitCode == 0 ? sent_ : failed_) += 1;
         wait_.stop();
         finishCurrent();
     }
@@ -77,6 +78,7 @@ void EmailQueue::waited()
     if (scriptPid_ > 0) {
         // Past its limit: the whole group (the shell and its mailer) goes.
         ::kill(-pid_t(scriptPid_), SIGKILL);
+        failed_ += 1;
         logEmailError("Mail script for " + currentSummary_ + " was stopped after " +
                       QByteArray::number(scriptLimitMs_ / 1000.0) + " s.\r\n");
     }
@@ -159,6 +161,7 @@ void EmailQueue::filesWritten(EmailJob &job, const QByteArray &fault, bool stopp
 {
     busy_ = false;
     if (!fault.isEmpty() || stopped) {
+        failed_ += 1;
         if (stopped)
             job.stopped();
         else
@@ -172,8 +175,9 @@ void EmailQueue::filesWritten(EmailJob &job, const QByteArray &fault, bool stopp
     pid_t pid = 0;
     const int error = job.run ? job.run(scriptPath)
                               : spawnDetached({"/bin/sh", {"sh", scriptPath}, root, job.showOutput}, this,
-                                              [this, id] { scriptEnded(id); }, &pid);
+                                              [this, id](int exitCode) { scriptEnded(id, exitCode); }, &pid);
     emit jobStarted(id, error);
+    failed_ += error ? 1 : 0;
     if (error && job.startError)
         job.startError(shellErrorMessage(error));
     if (error && !job.pauseAfterFailedStart) {

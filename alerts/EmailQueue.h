@@ -57,9 +57,17 @@ public:
     void setFailedStartPause(int ms) { failedStartPauseMs_ = ms; }
     // How long a script may run before it is stopped (120 s).
     void setScriptLimit(int ms) { scriptLimitMs_ = ms; }
-    // The running script has ended: the next job may go.
-    void scriptEnded(quint64 job);
-    void currentScriptEnded() { scriptEnded(started_); }
+    // The running script has ended (exit code 0: the mail went out): the
+    // next job may go.
+    void scriptEnded(quint64 job, int exitCode);
+    void currentScriptEnded(int exitCode) { scriptEnded(started_, exitCode); }
+    // Jobs not yet ended, the running one included.
+    int length() const { return int(jobs_.size()) + (busy_ ? 1 : 0); }
+    // Jobs whose script ended with exit code 0, and jobs that ended any
+    // other way (files not written, settings wrong, not started, a failing
+    // mailer, stopped past the limit).
+    quint64 sentCount() const { return sent_; }
+    quint64 failedCount() const { return failed_; }
     // Runs the event loop until every job has been sent or `ms` have
     // passed (shutdown). Jobs never started are then logged to
     // "EmailErrors.log" as unsent and dropped; returns how many.
@@ -87,6 +95,8 @@ private:
     // The running script's process (its own process group), 0 when none.
     qint64 scriptPid_ = 0;
     QByteArray currentSummary_;
+    quint64 sent_ = 0;
+    quint64 failed_ = 0;
 };
 
 // The message of the shell error table for an errno (also used for the

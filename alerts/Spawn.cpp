@@ -26,7 +26,7 @@ void postBack(const QPointer<QObject> &context, std::function<void()> call)
         Qt::QueuedConnection);
 }
 
-int spawnDetached(const SpawnRequest &request, QObject *context, std::function<void()> exited, pid_t *started)
+int spawnDetached(const SpawnRequest &request, QObject *context, std::function<void(int exitCode)> exited, pid_t *started)
 {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -63,8 +63,9 @@ int spawnDetached(const SpawnRequest &request, QObject *context, std::function<v
         int status = 0;
         while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
         }
+        const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         if (exited)
-            postBack(guard, exited);
+            postBack(guard, [exited, code] { exited(code); });
     }).detach();
     return 0;
 }

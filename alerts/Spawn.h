@@ -25,9 +25,10 @@ void postBack(const QPointer<QObject> &context, std::function<void()> call);
 
 // Starts the program, in a process group of its own, without waiting for
 // it. Returns 0, or the errno that kept it from starting. `exited`, if
-// given, is called on the thread of `context` once the program has ended;
-// `pid`, if given, receives its process id.
+// given, is called on the thread of `context` once the program has ended,
+// with its exit code (-1 when a signal ended it); `pid`, if given, receives
+// its process id.
 int spawnDetached(const SpawnRequest &request, QObject *context = nullptr,
-                  std::function<void()> exited = {}, pid_t *pid = nullptr);
+                  std::function<void(int exitCode)> exited = {}, pid_t *pid = nullptr);
 
 } // namespace cz

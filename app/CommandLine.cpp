@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include <optional>
+
 namespace cz {
 
 void CCommandLineInfoEx::parseParam(const QString &param, bool isFlag)
@@ -13,17 +15,38 @@ void CCommandLineInfoEx::parseParam(const QString &param, bool isFlag)
     }
 }
 
+namespace {
+
+// "--name VALUE" (which takes the next argument) or "--name=VALUE"; nothing
+// when args[i] is another argument.
+std::optional<QString> valueOption(const QStringList &args, int &i, const QString &name)
+{
+    const QString &a = args[i];
+    if (a == name)
+        return args.value(++i);
+    if (a.startsWith(name + QLatin1Char('=')))
+        return a.mid(name.size() + 1);
+    return std::nullopt;
+}
+
+} // namespace
+
 CommandLine CommandLine::parse(const QStringList &args)
 {
     CommandLine cl;
     CCommandLineInfoEx classic;
     for (int i = 0; i < args.size(); ++i) {
         const QString &a = args[i];
-        if (a == QLatin1String("--data-dir") || a.startsWith(QLatin1String("--data-dir="))) {
-            const bool separate = a.size() == 10;
-            cl.dataDir = separate ? args.value(++i) : a.mid(11);
+        if (const auto option = valueOption(args, i, QStringLiteral("--data-dir"))) {
+            cl.dataDir = *option;
             if (cl.dataDir.isEmpty()) {
                 cl.error = QStringLiteral("--data-dir needs a folder");
+                return cl;
+            }
+        } else if (const auto option = valueOption(args, i, QStringLiteral("--metrics-address"))) {
+            cl.metricsAddress = *option;
+            if (cl.metricsAddress.isEmpty()) {
+                cl.error = QStringLiteral("--metrics-address needs PORT or HOST:PORT");
                 return cl;
             }
         } else if (a == QLatin1String("--headless")) {
@@ -54,6 +77,10 @@ QString CommandLine::usage()
         "  --data-dir DIR   data folder (default: $CORVANTA_DATA_DIR, else\n"
         "                   $XDG_DATA_HOME/Corvanta Zephtra)\n"
         "  --headless       run without a window; SIGTERM or Ctrl+C saves and exits\n"
+        "  --metrics-address [HOST:]PORT\n"
+        "                   serve Prometheus metrics at http://HOST:PORT/metrics\n"
+        "                   (HOST defaults to 127.0.0.1; 0.0.0.0 serves every\n"
+        "                   network; default: the MetricsAddress setting, else off)\n"
         "  -nosplash        no splash window\n"
         "  -minimize        start minimised\n"
         "  --version        print the version\n"

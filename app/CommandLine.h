@@ -23,6 +23,7 @@ private:
 
 struct CommandLine {
     QString dataDir;
+    QString metricsAddress;  // empty: the "Program" key decides
     bool headless = false;
     bool help = false;
     bool version = false;

@@ -1,6 +1,7 @@
 #include "CorvantaApp.h"
 
 #include "CFormat.h"
+#include "MetricsExposition.h"
 #include "Records.h"
 
 #include <QDir>
@@ -46,6 +47,7 @@ void CCorvantaApp::startUp()
 {
     if (!status_.showsError())
         status_.set(QStringLiteral("Status: initializing..."));
+    startTime_ = double(clock_.nowMs()) / 1000.0;
     store_.startDate = dateText(clock_.now());
     store_.currentDateText = store_.startDate;
     store_.readProgramSettings();
@@ -57,6 +59,37 @@ void CCorvantaApp::startUp()
 void CCorvantaApp::startMonitoring()
 {
     cycle_.start();
+    startMetrics();
+}
+
+void CCorvantaApp::startMetrics()
+{
+    const QString text = commandLine_.metricsAddress.isEmpty() ? store_.settings.MetricsAddress.str()
+                                                               : commandLine_.metricsAddress;
+    if (text.trimmed().isEmpty())
+        return;
+    // A page that cannot be served leaves monitoring as it is.
+    MetricsAddress address;
+    QString error;
+    auto server = std::make_unique<MetricsServer>([this] { return metricsPage(); });
+    if (!parseMetricsAddress(text, &address, &error) || !server->listen(address, &error)) {
+        status_.report(MessageIcon::Warning, error);
+        return;
+    }
+    metrics_ = std::move(server);
+}
+
+QByteArray CCorvantaApp::metricsPage() const
+{
+    const EmailQueue &mail = alerts_.emailQueue();
+    ProgramMetrics program;
+    program.version = CORVANTA_VERSION;
+    program.startTime = startTime_;
+    program.emailQueueLength = mail.length();
+    program.emailsSent = mail.sentCount();
+    program.emailsFailed = mail.failedCount();
+    program.alerts = evaluation_.alertCounts();
+    return metricsExposition(store_, cycle_, program);
 }
 
 void CCorvantaApp::shutDown(int mailWaitMs)

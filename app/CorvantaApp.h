@@ -8,6 +8,7 @@
 #include "DeviceStore.h"
 #include "HttpSession.h"
 #include "LogFiles.h"
+#include "MetricsServer.h"
 #include "ProgramStatus.h"
 #include "QueryCycle.h"
 
@@ -30,7 +31,8 @@ public:
     bool takeInstanceLock(QString *error);
     // Reads the settings and every device and logs the start.
     void startUp();
-    // Starts polling: the query timer and one tick at once.
+    // Starts polling (the query timer and one tick at once) and, when an
+    // address is set, the metrics page.
     void startMonitoring();
     // Stops polling, saves the settings and every device file, sends the
     // alert e-mail still waiting (for `mailWaitMs` at most; what is left is
@@ -44,6 +46,10 @@ public:
     AlertDispatcher &alerts() { return alerts_; }
     HttpSession &session() { return session_; }
     const CommandLine &commandLine() const { return commandLine_; }
+    // The metrics page's server once it listens, else null.
+    const MetricsServer *metrics() const { return metrics_.get(); }
+    // The whole metrics page as a scrape gets it now.
+    QByteArray metricsPage() const;
 
 private:
     CommandLine commandLine_;
@@ -56,7 +62,11 @@ private:
     AlertDispatcher alerts_;
     AlarmEvaluation evaluation_;
     QueryCycle cycle_;
+    std::unique_ptr<MetricsServer> metrics_;
+    double startTime_ = 0;
     bool shutDownStarted_ = false;
+
+    void startMetrics();
 };
 
 } // namespace cz

@@ -89,5 +89,9 @@ int runHeadless(const cz::CommandLine &cl)
     });
 
     app.startMonitoring();
+    if (const cz::MetricsServer *metrics = app.metrics()) {
+        std::printf("Metrics: %s\n", qPrintable(metrics->url()));
+        std::fflush(stdout);
+    }
     return QCoreApplication::exec();
 }

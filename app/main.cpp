@@ -1,5 +1,6 @@
 #include "AppMain.h"
 #include "CommandLine.h"
+#include "MetricsServer.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -32,12 +33,19 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "corvanta-zephtra: %s\n%s", qPrintable(cl.error), qPrintable(cz::CommandLine::usage()));
         return 2;
     }
+    if (cz::MetricsAddress address; !cl.metricsAddress.isEmpty()) {
+        QString error;
+        if (!cz::parseMetricsAddress(cl.metricsAddress, &address, &error)) {
+            std::fprintf(stderr, "corvanta-zephtra: %s\n", qPrintable(error));
+            return 2;
+        }
+    }
     if (cl.help) {
         std::fputs(qPrintable(cz::CommandLine::usage()), stdout);
         return 0;
     }
     if (cl.version) {
-        std::puts("Corvanta Zephtra, Version 1.41  (build 102612)");
+        std::puts("Corvanta Zephtra, Version " CORVANTA_VERSION "  (build 102612)");
         return 0;
     }
     const bool window = !cl.headless && displayAvailable();
@@ -49,7 +57,7 @@ int main(int argc, char *argv[])
     else
         application = std::make_unique<QCoreApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Corvanta Zephtra"));
-    QCoreApplication::setApplicationVersion(QStringLiteral("1.41"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(CORVANTA_VERSION));
     // Files and logs are written in the C locale whatever the user's is.
     std::setlocale(LC_NUMERIC, "C");
     return window ? runWindow(cl) : runHeadless(cl);

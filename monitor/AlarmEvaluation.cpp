@@ -276,6 +276,7 @@ void AlarmEvaluation::runActions(const Reading &r, AlertKind kind, double thresh
     // Always in this order: sound (none for a clear), e-mail, dialer, program.
     ProbeRecord &p = r.probe;
     const bool alarm = kind == AlertKind::Alarm, caution = kind == AlertKind::Caution;
+    (alarm ? counts_.alarm : caution ? counts_.caution : counts_.clear) += 1;
     if (alarm ? p.AlarmSound : caution && p.CautionSound)
         actions_.playSound(r.app, (alarm ? p.AlarmSoundFile : p.CautionSoundFile).bytes());
     if (alarm ? p.SendAlarmEmail : caution ? p.SendCautionEmail : p.SendClearEmail)

@@ -23,6 +23,12 @@ public:
     // not log), for the headless program's output.
     std::function<void(int slot, int probeIndex, const QByteArray &message)> onEvent;
 
+    // Alerts raised since the program started (each ran its actions once).
+    struct AlertCounts {
+        quint64 alarm = 0, caution = 0, clear = 0;
+    };
+    const AlertCounts &alertCounts() const { return counts_; }
+
 private:
     struct Reading;
     enum class AlertKind { Alarm, Caution, Clear };
@@ -34,6 +40,7 @@ private:
     void logEvent(const Reading &r, const QByteArray &message);
 
     AlertActions &actions_;
+    AlertCounts counts_;
 };
 
 } // namespace cz

@@ -6,8 +6,6 @@
 #include "FailedAttempt.h"
 #include "ReplyApplication.h"
 
-#include <QElapsedTimer>
-
 #include <cmath>
 
 namespace cz {
@@ -89,6 +87,11 @@ bool QueryCycle::queryInFlight(int slot) const
     return it != runs_.cend() && it->fetchId != 0;
 }
 
+QueryStats QueryCycle::stats(int slot) const
+{
+    return runs_.value(store_.device(slot)).stats;
+}
+
 int QueryCycle::queriesInFlight() const
 {
     int n = 0;
@@ -155,11 +158,13 @@ void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
         session_.setProxy(ProxySettings{device.ProxyServerAddress.bytes(), device.ProxyServerUserName.bytes(),
                                         device.ProxyServerPassword.bytes()});
     run.round = round;
+    run.started.start();
     const DeviceRecord *d = &device;
     run.fetchId = session_.fetchPage(
         readingsUrl(device), session_.proxy(),
         [this, d](int attempt, const QByteArray &error) {
             reportFailedAttempt(store_, d->LogQueryFailures, attempt, error);
+            runs_[d].stats.failedAttempts += 1;
             queryFailed();
         },
         [this, d](const PageResult &result) { arrived(d, runs_.value(d).fetchId, result); });
@@ -212,16 +217,23 @@ void QueryCycle::apply(const Arrival &arrival)
     const bool added = run.added;
     run.silent = run.added = false;
     const quint64 round = run.round;
+    QueryStats &stats = run.stats;
+    stats.queries += 1;
+    stats.lastDurationSeconds = double(run.started.nsecsElapsed()) / 1e9;
+    stats.lastSucceeded = false;
     if (result) {
         device->QueryFailureCount = 0;
         if (ApplyDeviceReply(store_, slot, arrival.result.reply, silent ? 0 : 1, evaluation_)) {
+            stats.lastSucceeded = true;
             emit replyApplied(slot);
         } else {
             // The count was just reset, so the alert is reached only with a
             // threshold of 0 or less.
             device->QueryFailureCount += 1;
-            if (device->QueryFailureCount > device->QueryFailThreshold)
+            if (device->QueryFailureCount > device->QueryFailThreshold) {
+                stats.failureAlerts += 1;
                 emit queryFailureAlert(slot);
+            }
             store_.status().set(QStringLiteral("ERROR: query failed for %1").arg(device->DeviceName.str()));
             queryFailed();
         }

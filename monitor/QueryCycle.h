@@ -6,6 +6,7 @@
 
 #include "HttpSession.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
 #include <QTimer>
@@ -20,6 +21,16 @@ namespace cz {
 class DeviceStore;
 class ProbeEvaluation;
 struct DeviceRecord;
+
+// What a device's queries have come to since the program started, for the
+// metrics page.
+struct QueryStats {
+    quint64 queries = 0;         // queries ended, answered or not
+    quint64 failedAttempts = 0;  // attempts that failed (three end a query)
+    quint64 failureAlerts = 0;   // query failure alerts raised
+    bool lastSucceeded = false;  // the last query was answered and parsed
+    double lastDurationSeconds = 0;
+};
 
 // One history sample per probe of a device after its query (several for a
 // late query, one per interval missed): the probe's current reading when
@@ -49,6 +60,8 @@ public:
 
     bool queryInFlight(int slot) const;
     int queriesInFlight() const;
+    // The device's query counts; all zero before its first query.
+    QueryStats stats(int slot) const;
 
 signals:
     // A reply was parsed: the probe list shows the device's new values.
@@ -70,6 +83,8 @@ private:
         quint64 round = 0;
         bool silent = true;       // its next query is its first
         bool added = false;       // that first query follows its adding
+        QElapsedTimer started;    // when the query in flight began
+        QueryStats stats;
     };
     struct Arrival {
         const DeviceRecord *device;

@@ -2,7 +2,7 @@
 # Installs the Debian packages the build and the tests need, when missing.
 set -e
 PACKAGES="g++ cmake ninja-build pkg-config qt6-base-dev qt6-serialport-dev qt6-multimedia-dev \
-libqcustomplot-dev libcurl4-openssl-dev libgif-dev libcpp-httplib-dev googletest libgtest-dev \
+qt6-httpserver-dev qt6-websockets-dev libqcustomplot-dev libcurl4-openssl-dev libgif-dev libcpp-httplib-dev googletest libgtest-dev \
 python3-aiosmtpd openssl fonts-liberation xvfb clang libclang-rt-14-dev curl"
 missing=""
 for p in $PACKAGES; do

@@ -95,6 +95,7 @@ void ProgramSettings::read(const IniFile &ini)
         col.Title = ini.readString(kSection, columnKey(c, "Title"), kColumnDefaults[c].title, 36);
     }
     SerialPortPattern = ini.readString(kSection, "SerialPortPattern", "", 261);
+    MetricsAddress = ini.readString(kSection, "MetricsAddress", "", 261);
 }
 
 void ProgramSettings::write(IniFile &ini) const
@@ -110,6 +111,8 @@ void ProgramSettings::write(IniFile &ini) const
     }
     if (!SerialPortPattern.empty())
         ini.setValue(kSection, "SerialPortPattern", SerialPortPattern.bytes());
+    if (!MetricsAddress.empty())
+        ini.setValue(kSection, "MetricsAddress", MetricsAddress.bytes());
 }
 
 } // namespace cz

@@ -49,6 +49,9 @@ struct ProgramSettings {
     // printf pattern of the voice dialer's serial port path, given port n-1;
     // empty: "/dev/ttyS%d". Written back only when the file has it.
     FixedText<261> SerialPortPattern;
+    // Where the metrics page is served ("PORT" or "HOST:PORT"); empty: not
+    // served. Written back only when set.
+    FixedText<261> MetricsAddress;
 
     ProgramSettings();
     // Reads every "Program" key, absent ones at their defaults.

@@ -102,6 +102,11 @@ TEST(AlertEmail, AnAlarmFromADeviceReachesEveryRecipientOfTheList)
                   "High Alarm: 95.5 on Server Room, probe 01 in (no group specified), over 85.0, 1 of 1.");
     }
     EXPECT_EQ(to, QStringList({"a@lab.example", "b@lab.example", "c@lab.example"}));
+    // One alarm, one mail script that ended well.
+    ASSERT_TRUE(f.queueDone());
+    EXPECT_EQ(f.evaluation.alertCounts().alarm, 1u);
+    EXPECT_EQ(f.alerts.emailQueue().sentCount(), 1u);
+    EXPECT_EQ(f.alerts.emailQueue().failedCount(), 0u);
     for (const char *name : {"pwned1", "pwned2", "pwned3"}) {
         EXPECT_FALSE(QFile::exists(f.path(name))) << name;
         EXPECT_FALSE(QFile::exists(name)) << name;
@@ -280,6 +285,27 @@ TEST(AlertEmail, TheNextMailWaitsForTheScriptBeforeAndAStuckScriptIsStoppedAndLo
                               "stopped after 1.5 s.\r\n"))
         << f.file("EmailErrors.log").constData();
     EXPECT_TRUE(f.queueDone());
+    EXPECT_EQ(f.alerts.emailQueue().sentCount(), 1u);
+    EXPECT_EQ(f.alerts.emailQueue().failedCount(), 1u) << "the stopped script";
+    EXPECT_EQ(f.alerts.emailQueue().length(), 0);
+}
+
+TEST(AlertEmail, AMailerThatCannotReachItsServerCountsAsAFailedMail)
+{
+    QTcpServer closed;
+    ASSERT_TRUE(closed.listen(QHostAddress::LocalHost));
+    const quint16 port = closed.serverPort();
+    closed.close();
+    AlertFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95.5}, "Lab"), {T});
+    d.QueryInterval = 5;
+    f.mailingProbe(d, port);
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+    ASSERT_TRUE(waitUntil([&] { return f.alerts.emailQueue().failedCount() == 1; }, 20000));
+    EXPECT_TRUE(f.queueDone());
+    EXPECT_EQ(f.alerts.emailQueue().sentCount(), 0u);
 }
 
 TEST(AlertEmail, MailStillQueuedAtShutdownIsSentOrLoggedAsUnsent)

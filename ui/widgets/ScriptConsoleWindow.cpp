@@ -42,10 +42,10 @@ ScriptConsoleWindow::ScriptConsoleWindow(QWidget *parent) : QDialog(parent)
         output_->insertPlainText(QString::fromUtf8(text));
         output_->verticalScrollBar()->setValue(output_->verticalScrollBar()->maximum());
     });
-    connect(console_, &ScriptConsole::finished, this, [this] {
+    connect(console_, &ScriptConsole::finished, this, [this](int exitCode) {
         continue_->setEnabled(false);
         output_->appendPlainText(QStringLiteral("\n[The test has ended.]"));
-        emit scriptEnded();
+        emit scriptEnded(exitCode);
     });
 }
 

@@ -23,7 +23,7 @@ public:
 
 signals:
     // The script has ended (or was stopped).
-    void scriptEnded();
+    void scriptEnded(int exitCode);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
