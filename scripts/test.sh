@@ -1,14 +1,18 @@
 #!/bin/sh
 # Installs what is missing, builds, and runs every test through ctest; then
-# the same tests built with AddressSanitizer and UndefinedBehaviorSanitizer;
-# then the parsers under the fuzzer.
+# the Debian package is built, checked, installed and removed; then the same
+# tests built with AddressSanitizer and UndefinedBehaviorSanitizer; then the
+# parsers under the fuzzer.
 set -e
 cd "$(dirname "$0")/.."
-sh scripts/deps.sh
+sh scripts/deps.sh --checks
 sh scripts/build.sh
 cd build
 ctest --output-on-failure --timeout 600 -j2
 cd ..
+# The Debian package: built, validated, installed, run, and removed.
+sh scripts/package.sh
+sh tests/packaging/package_test.sh build/corvanta-zephtra_*.deb
 # The sanitizer build: every test again, the window tests included
 # (offscreen); any report fails the run.
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCORVANTA_SANITIZE=ON -DCORVANTA_BUILD_BENCH=OFF >/dev/null
