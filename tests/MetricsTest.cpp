@@ -1,5 +1,6 @@
 // The metrics page as Prometheus scrapes it: the program runs headless
 // against simulated devices, and the page is fetched over loopback.
+#include "MetricsServer.h"
 #include "NetTestSupport.h"
 #include "TestSupport.h"
 
@@ -239,6 +240,30 @@ TEST_F(MetricsProgram, AnAddressThatCannotBeServedIsReportedAndMonitoringGoesOn)
     EXPECT_FALSE(out.contains("Metrics: "));
 }
 
+TEST_F(MetricsProgram, TheWindowedProgramServesThePageToo)
+{
+    startDevices();
+    QTcpServer probe;
+    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
+    const quint16 port = probe.serverPort();
+    probe.close();
+    writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Server Room\r\nDevice002=Cellar\r\n");
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    program.setProcessEnvironment(env);
+    program.start(programPath(), {"-nosplash", "--data-dir", f.dir.path(), "--metrics-address", QString::number(port)});
+    const QString url = QStringLiteral("http://127.0.0.1:%1/metrics").arg(port);
+    Scrape s;
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            s = fetch(url);
+            return valueOf(s.body, "corvanta_probe_value" + kCellarAir) == "47";
+        },
+        30000))
+        << s.body.constData() << program.readAllStandardError().constData();
+    EXPECT_EQ(valueOf(s.body, "corvanta_device_up{device=\"Server Room\"}"), "1");
+}
+
 TEST(MetricsCommandLine, AnAddressThatIsNoIpAddressIsRefusedBeforeAnythingStarts)
 {
     DataFolderFixture f;
@@ -250,4 +275,31 @@ TEST(MetricsCommandLine, AnAddressThatIsNoIpAddressIsRefusedBeforeAnythingStarts
         "corvanta-zephtra: \"example.org:9464\" is not a metrics address: the host must be an IP address or "
         "localhost.\n"));
     EXPECT_FALSE(exists(f.path("Corvanta Zephtra.ini")));
+}
+
+TEST(MetricsCommandLine, OnlyAnAddressWrittenOutReachesBeyondLoopback)
+{
+    struct Case {
+        const char *text;
+        const char *host;  // nullptr: refused
+        quint16 port;
+    };
+    const Case cases[] = {
+        {"9464", "127.0.0.1", 9464},      {":9464", "127.0.0.1", 9464},   {" localhost:80 ", "127.0.0.1", 80},
+        {"0.0.0.0:9464", "0.0.0.0", 9464}, {"[::1]:9464", "::1", 9464},    {"[::]:0", "::", 0},
+        {"192.0.2.7:1", "192.0.2.7", 1},   {"70000", nullptr, 0},          {"", nullptr, 0},
+        {"lab-pc:9464", nullptr, 0},       {"127.0.0.1:", nullptr, 0},     {"127.0.0.1:x", nullptr, 0},
+    };
+    for (const Case &c : cases) {
+        MetricsAddress address;
+        QString error;
+        const bool ok = parseMetricsAddress(QString::fromUtf8(c.text), &address, &error);
+        EXPECT_EQ(ok, c.host != nullptr) << c.text;
+        if (ok) {
+            EXPECT_EQ(address.host, QHostAddress(QString::fromLatin1(c.host))) << c.text;
+            EXPECT_EQ(address.port, c.port) << c.text;
+        } else {
+            EXPECT_TRUE(error.contains("is not a metrics address")) << c.text;
+        }
+    }
 }
