@@ -1,12 +1,13 @@
 #!/bin/sh
 # Installs the Debian packages the build and the tests need, when missing;
 # with --checks also the checkers the full test run uses (Prometheus and
-# promtool, lintian, the desktop-entry and AppStream validators, man).
+# promtool, lintian, the desktop-entry and AppStream validators, man,
+# systemd-analyze).
 set -e
 PACKAGES="g++ cmake ninja-build pkg-config qt6-base-dev qt6-serialport-dev qt6-multimedia-dev \
 qt6-httpserver-dev qt6-websockets-dev libqcustomplot-dev libcurl4-openssl-dev libgif-dev libcpp-httplib-dev googletest libgtest-dev \
 python3-aiosmtpd openssl dpkg-dev file librsvg2-bin fonts-liberation xvfb clang libclang-rt-14-dev curl"
-[ "$1" = "--checks" ] && PACKAGES="$PACKAGES prometheus lintian desktop-file-utils appstream man-db"
+[ "$1" = "--checks" ] && PACKAGES="$PACKAGES prometheus lintian desktop-file-utils appstream man-db systemd"
 missing=""
 for p in $PACKAGES; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"

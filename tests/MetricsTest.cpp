@@ -48,6 +48,17 @@ QByteArray valueOf(const QByteArray &body, const QByteArray &series)
     return {};
 }
 
+// Scrapes `url` into `s` until `series` has `value`, for `ms` at most.
+bool scrapeUntil(const QString &url, const QByteArray &series, const QByteArray &value, Scrape &s, int ms)
+{
+    return waitUntil(
+        [&] {
+            s = fetch(url);
+            return valueOf(s.body, series) == value;
+        },
+        ms);
+}
+
 // A simulator process serving one device; its port.
 QByteArray startSimulator(QProcess &sim, const QByteArray &configPath)
 {
@@ -62,6 +73,13 @@ QByteArray deviceFile(const QByteArray &name, const QByteArray &port, const QByt
 {
     return "[Device]\r\nDeviceName=" + name + "\r\nDeviceModel=Model R4\r\nDeviceAddress=127.0.0.1\r\nDevicePort=" +
            port + "\r\nQueryInterval=1\r\nLoggingEnabled=0\r\n" + probes;
+}
+
+// A port free on 127.0.0.1, found by listening on it for a moment.
+quint16 freeLoopbackPort()
+{
+    QTcpServer probe;
+    return probe.listen(QHostAddress::LocalHost) ? probe.serverPort() : 0;
 }
 
 // The program's metrics address from its output ("Metrics: http://...").
@@ -148,12 +166,7 @@ TEST_F(MetricsProgram, ServesReadingsAlarmsAndDeviceHealthAndShowsAStoppedDevice
     // raised once.
     ASSERT_TRUE(waitForOutput(program, "Probe reported a High Alarm condition (value 32.50", out)) << out.constData();
     Scrape s;
-    ASSERT_TRUE(waitUntil(
-        [&] {
-            s = fetch(url);
-            return valueOf(s.body, "corvanta_alerts_total{kind=\"alarm\"}") == "1";
-        },
-        20000))
+    ASSERT_TRUE(scrapeUntil(url, "corvanta_alerts_total{kind=\"alarm\"}", "1", s, 20000))
         << s.body.constData();
     EXPECT_EQ(s.status, 200);
     EXPECT_EQ(s.contentType, "text/plain; version=0.0.4; charset=utf-8");
@@ -191,12 +204,7 @@ TEST_F(MetricsProgram, ServesReadingsAlarmsAndDeviceHealthAndShowsAStoppedDevice
     // failed attempts counted; the other device stays up.
     simB.kill();
     simB.waitForFinished();
-    ASSERT_TRUE(waitUntil(
-        [&] {
-            s = fetch(url);
-            return valueOf(s.body, "corvanta_device_up{device=\"Cellar\"}") == "0";
-        },
-        60000))
+    ASSERT_TRUE(scrapeUntil(url, "corvanta_device_up{device=\"Cellar\"}", "0", s, 60000))
         << s.body.constData();
     EXPECT_GE(valueOf(s.body, "corvanta_device_failed_attempts_total{device=\"Cellar\"}").toInt(), 3);
     EXPECT_EQ(valueOf(s.body, "corvanta_device_up{device=\"Server Room\"}"), "1");
@@ -209,11 +217,7 @@ TEST_F(MetricsProgram, ServesReadingsAlarmsAndDeviceHealthAndShowsAStoppedDevice
 TEST_F(MetricsProgram, TheSettingServesOnLoopbackWhenOnlyAPortIsGiven)
 {
     startDevices();
-    // A free port, found by listening on it for a moment.
-    QTcpServer probe;
-    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
-    const quint16 port = probe.serverPort();
-    probe.close();
+    const quint16 port = freeLoopbackPort();
     startProgram({}, "[Program]\r\nMetricsAddress=" + QByteArray::number(port) + "\r\n");
     ASSERT_TRUE(waitForOutput(program, "/metrics\n", out)) << out.constData();
     EXPECT_EQ(metricsUrl(out), QStringLiteral("http://127.0.0.1:%1/metrics").arg(port));
@@ -243,10 +247,7 @@ TEST_F(MetricsProgram, AnAddressThatCannotBeServedIsReportedAndMonitoringGoesOn)
 TEST_F(MetricsProgram, TheWindowedProgramServesThePageToo)
 {
     startDevices();
-    QTcpServer probe;
-    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost));
-    const quint16 port = probe.serverPort();
-    probe.close();
+    const quint16 port = freeLoopbackPort();
     writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Server Room\r\nDevice002=Cellar\r\n");
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("QT_QPA_PLATFORM", "offscreen");
@@ -254,12 +255,7 @@ TEST_F(MetricsProgram, TheWindowedProgramServesThePageToo)
     program.start(programPath(), {"-nosplash", "--data-dir", f.dir.path(), "--metrics-address", QString::number(port)});
     const QString url = QStringLiteral("http://127.0.0.1:%1/metrics").arg(port);
     Scrape s;
-    ASSERT_TRUE(waitUntil(
-        [&] {
-            s = fetch(url);
-            return valueOf(s.body, "corvanta_probe_value" + kCellarAir) == "47";
-        },
-        30000))
+    ASSERT_TRUE(scrapeUntil(url, "corvanta_probe_value" + kCellarAir, "47", s, 30000))
         << s.body.constData() << program.readAllStandardError().constData();
     EXPECT_EQ(valueOf(s.body, "corvanta_device_up{device=\"Server Room\"}"), "1");
 }
