@@ -168,6 +168,9 @@ TEST_F(MetricsProgram, ServesReadingsAlarmsAndDeviceHealthAndShowsAStoppedDevice
     Scrape s;
     ASSERT_TRUE(scrapeUntil(url, "corvanta_alerts_total{kind=\"alarm\"}", "1", s, 20000))
         << s.body.constData();
+    // The cellar is polled on its own and may answer a little later.
+    ASSERT_TRUE(scrapeUntil(url, "corvanta_probe_value" + kCellarAir, "47", s, 20000)) << s.body.constData();
+    EXPECT_EQ(valueOf(s.body, "corvanta_alerts_total{kind=\"alarm\"}"), "1");
     EXPECT_EQ(s.status, 200);
     EXPECT_EQ(s.contentType, "text/plain; version=0.0.4; charset=utf-8");
     EXPECT_EQ(valueOf(s.body, "corvanta_build_info{version=\"1.41\"}"), "1");
@@ -183,7 +186,7 @@ TEST_F(MetricsProgram, ServesReadingsAlarmsAndDeviceHealthAndShowsAStoppedDevice
     for (const char *device : {"Server Room", "Cellar"}) {
         const QByteArray labels = QByteArray("{device=\"") + device + "\"}";
         EXPECT_EQ(valueOf(s.body, "corvanta_device_up" + labels), "1") << device;
-        EXPECT_GE(valueOf(s.body, "corvanta_device_queries_total" + labels).toInt(), 2) << device;
+        EXPECT_GE(valueOf(s.body, "corvanta_device_queries_total" + labels).toInt(), 1) << device;
         EXPECT_EQ(valueOf(s.body, "corvanta_device_failed_attempts_total" + labels), "0") << device;
         const double duration = valueOf(s.body, "corvanta_device_last_query_duration_seconds" + labels).toDouble();
         EXPECT_GT(duration, 0) << device;
@@ -257,7 +260,7 @@ TEST_F(MetricsProgram, TheWindowedProgramServesThePageToo)
     Scrape s;
     ASSERT_TRUE(scrapeUntil(url, "corvanta_probe_value" + kCellarAir, "47", s, 30000))
         << s.body.constData() << program.readAllStandardError().constData();
-    EXPECT_EQ(valueOf(s.body, "corvanta_device_up{device=\"Server Room\"}"), "1");
+    EXPECT_TRUE(scrapeUntil(url, "corvanta_device_up{device=\"Server Room\"}", "1", s, 20000));
 }
 
 TEST(MetricsCommandLine, AnAddressThatIsNoIpAddressIsRefusedBeforeAnythingStarts)
