@@ -52,10 +52,13 @@ int main(int argc, char *argv[])
     if (!cl.headless && !window)
         std::fputs("corvanta-zephtra: no display; running headless.\n", stderr);
     std::unique_ptr<QCoreApplication> application;
-    if (window)
+    if (window) {
         application = std::make_unique<QApplication>(argc, argv);
-    else
+        // Desktops find the menu entry, and its icon, by this name.
+        QGuiApplication::setDesktopFileName(QStringLiteral("com.corvanta.zephtra"));
+    } else {
         application = std::make_unique<QCoreApplication>(argc, argv);
+    }
     QCoreApplication::setApplicationName(QStringLiteral("Corvanta Zephtra"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CORVANTA_VERSION));
     // Files and logs are written in the C locale whatever the user's is.

@@ -141,12 +141,13 @@ QByteArray metricsExposition(const DeviceStore &store, const QueryCycle &cycle, 
         .sample({}, number(program.startTime));
     Family(out, "corvanta_devices", "gauge", "Devices registered in this program's data folder.")
         .sample({}, QByteArray::number(store.deviceCount()));
-    Family(out, "corvanta_email_queue_length", "gauge", "Alert e-mails waiting or being sent.")
+    Family(out, "corvanta_email_queue_length", "gauge", "E-mails (alerts and tests) waiting or being sent.")
         .sample({}, QByteArray::number(program.emailQueueLength));
-    Family(out, "corvanta_emails_sent_total", "counter", "Alert e-mails whose mail script ended with exit code 0.")
+    Family(out, "corvanta_emails_sent_total", "counter",
+           "E-mails (alerts and tests) whose mail script ended with exit code 0.")
         .sample({}, QByteArray::number(program.emailsSent));
     Family(out, "corvanta_emails_failed_total", "counter",
-           "Alert e-mails that could not be written, started or sent, or ran past their time limit.")
+           "E-mails (alerts and tests) that could not be written, started or sent, or ran past their time limit.")
         .sample({}, QByteArray::number(program.emailsFailed));
 
     const std::vector<DeviceLine> devices = deviceLines(store);
@@ -175,7 +176,9 @@ QByteArray metricsExposition(const DeviceStore &store, const QueryCycle &cycle, 
                [](const DeviceRecord &, const QueryStats &s) { return QByteArray(s.lastSucceeded ? "1" : "0"); });
     eachDevice("corvanta_device_last_contact_timestamp_seconds", "gauge",
                "When the device's last query began, answered or not, in seconds since 1970.",
-               [](const DeviceRecord &d, const QueryStats &) { return QByteArray::number(qint64(d.LastContactTimeVal)); });
+               [](const DeviceRecord &d, const QueryStats &) {
+                   return QByteArray::number(qint64(d.LastContactTimeVal));
+               });
     eachDevice("corvanta_device_queries_total", "counter", "Queries of the device that have ended, answered or not.",
                [](const DeviceRecord &, const QueryStats &s) { return QByteArray::number(s.queries); });
     eachDevice("corvanta_device_failed_attempts_total", "counter",

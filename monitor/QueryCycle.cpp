@@ -164,7 +164,8 @@ void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
         readingsUrl(device), session_.proxy(),
         [this, d](int attempt, const QByteArray &error) {
             reportFailedAttempt(store_, d->LogQueryFailures, attempt, error);
-            runs_[d].stats.failedAttempts += 1;
+            if (auto it = runs_.find(d); it != runs_.end())
+                it->stats.failedAttempts += 1;
             queryFailed();
         },
         [this, d](const PageResult &result) { arrived(d, runs_.value(d).fetchId, result); });

@@ -29,7 +29,8 @@ bool parseMetricsAddress(const QString &text, MetricsAddress *address, QString *
     QString host = colon < 0 ? QString() : t.left(colon);
     const QString port = colon < 0 ? t : t.mid(colon + 1);
     if (!parsePort(port, &address->port)) {
-        *error = QStringLiteral("\"%1\" is not a metrics address: give PORT or HOST:PORT, such as 127.0.0.1:9464.").arg(t);
+        *error = QStringLiteral("\"%1\" is not a metrics address: give PORT or HOST:PORT, such as 127.0.0.1:9464.")
+                     .arg(t);
         return false;
     }
     if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']')))

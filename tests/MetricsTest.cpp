@@ -134,7 +134,8 @@ protected:
 
     void startProgram(const QStringList &extra, const QByteArray &settings)
     {
-        writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Server Room\r\nDevice002=Cellar\r\n" + settings);
+        writeFile(f.path("Corvanta Zephtra.ini"),
+                  "[Devices]\r\nDevice001=Server Room\r\nDevice002=Cellar\r\n" + settings);
         program.start(programPath(), QStringList{"--headless", "--data-dir", f.dir.path()} + extra);
         ASSERT_TRUE(waitForOutput(program, "Press Ctrl+C", out)) << out.constData();
     }
@@ -232,7 +233,8 @@ TEST_F(MetricsProgram, TheSettingServesOnLoopbackWhenOnlyAPortIsGiven)
     ::kill(pid_t(program.processId()), SIGTERM);
     ASSERT_TRUE(program.waitForFinished(20000));
     EXPECT_EQ(program.exitCode(), 0);
-    EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).contains("\r\nMetricsAddress=" + QByteArray::number(port) + "\r\n"));
+    EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini"))
+                    .contains("\r\nMetricsAddress=" + QByteArray::number(port) + "\r\n"));
 }
 
 TEST_F(MetricsProgram, AnAddressThatCannotBeServedIsReportedAndMonitoringGoesOn)

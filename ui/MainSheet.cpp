@@ -70,7 +70,8 @@ MainSheet::MainSheet(ConfigContext &context, QueryCycle &cycle, QWidget *parent)
     DeviceStore &store = context.store;
     Prompter &prompter = context.prompter;
     setWindowTitle(QStringLiteral("Corvanta Zephtra"));
-    setWindowIcon(QIcon(programIcon(64)));
+    // The installed icon of the menu entry, else the one drawn here.
+    setWindowIcon(QIcon::fromTheme(QStringLiteral("corvanta-zephtra"), QIcon(programIcon(64))));
     setMinimumSize(kWidth, kHeight);
     auto *layout = new QVBoxLayout(this);
     tabs_ = new QTabWidget(this);

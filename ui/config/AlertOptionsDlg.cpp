@@ -71,7 +71,8 @@ CAlertOptionsDlg::CAlertOptionsDlg(ProbeRecord &probe, bool deviceDialerEnabled,
                            {QStringLiteral("Executable Files (*)"), QStringLiteral("All Files (*)")},
                            {},
                            {},
-                           true};
+                           true,
+                           {}};
             const QString file = files_.openFile(this, q);
             if (!file.isEmpty())
                 edit->setText(QLatin1Char('"') + file + QLatin1Char('"'));

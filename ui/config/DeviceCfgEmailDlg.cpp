@@ -119,8 +119,9 @@ void CDeviceCfgEmailDlg::store()
 
 void CDeviceCfgEmailDlg::browseRecipients()
 {
-    const QString file = context_.files.openFile(
-        this, {QStringLiteral("Email Distribution List Selector"), {QStringLiteral("Text Files (*.txt)")}, {}, {}});
+    const FileQuestion question{QStringLiteral("Email Distribution List Selector"),
+                                {QStringLiteral("Text Files (*.txt)")}, {}, {}, false, {}};
+    const QString file = context_.files.openFile(this, question);
     if (!file.isEmpty())
         to->setText(file);
 }

@@ -681,7 +681,7 @@ void CDeviceConfigPage::browse(QLineEdit *field, const QString &title, const QSt
                                const QByteArray &folder, const QByteArray &file)
 {
     const QString chosen =
-        context_.files.openFile(this, {title, {filter}, QString::fromUtf8(folder), QString::fromUtf8(file)});
+        context_.files.openFile(this, {title, {filter}, QString::fromUtf8(folder), QString::fromUtf8(file), false, {}});
     if (!chosen.isEmpty())
         field->setText(chosen);
 }
