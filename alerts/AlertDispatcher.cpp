@@ -37,4 +37,9 @@ void AlertDispatcher::sendQueryFailureEmail(int slot)
     SendQueryFailureEmail(app_, queue_, slot);
 }
 
+void AlertDispatcher::sendQueryResolvedEmail(int slot, int failedQueries, qint64 silentSeconds)
+{
+    SendQueryResolvedEmail(app_, queue_, slot, failedQueries, silentSeconds);
+}
+
 } // namespace cz

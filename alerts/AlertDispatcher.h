@@ -20,6 +20,7 @@ public:
     void triggerVoiceDialer(DeviceStore &app, int slot, int test) override;
     void runAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &program) override;
     void sendQueryFailureEmail(int slot);
+    void sendQueryResolvedEmail(int slot, int failedQueries, qint64 silentSeconds);
 
     EmailQueue &emailQueue() { return queue_; }
     const EmailQueue &emailQueue() const { return queue_; }

@@ -6,6 +6,8 @@
 #include "Spawn.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QStringList>
 #include <QElapsedTimer>
 
 #include <QPointer>
@@ -22,18 +24,21 @@ namespace cz {
 
 namespace {
 
-// Writes `bytes` to `path` (created or truncated), committed to disk. The
-// files hold addresses and the script the SMTP password: a new one is
-// readable by its owner only.
-// Returns "" or the fault: "opening" or "writing".
-const char *writeWorkingFile(const QByteArray &path, const QByteArray &bytes)
+// Writes `bytes` to `path`, whole or not at all, committed to disk. The
+// files hold addresses and the script the SMTP password: they are readable
+// by their owner only; `narrowed` collects those that were not until now.
+// Returns "" or the fault: "opening" (the folder takes no file) or "writing".
+const char *writeWorkingFile(const QByteArray &path, const QByteArray &bytes, QStringList &narrowed)
 {
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kPrivateFileMode);
-    if (fd < 0)
-        return "opening";
-    const bool written = writeFully(fd, bytes) == 0 && ::fsync(fd) == 0;
-    ::close(fd);
-    return written ? "" : "writing";
+    bool wasShared = false;
+    const QString name = QFile::decodeName(path);
+    if (!writeFileAtomically(name, bytes, nullptr, FileAccess::OwnerOnly, &wasShared)) {
+        const QByteArray folder = path.left(path.lastIndexOf('/'));
+        return ::access(folder.constData(), W_OK) == 0 ? "writing" : "opening";
+    }
+    if (wasShared)
+        narrowed.append(name);
+    return "";
 }
 
 } // namespace
@@ -121,18 +126,18 @@ namespace {
 // Writes a job's files in order, on a worker thread: each is committed to
 // disk, which may take a while. Returns the first fault ("opening email
 // body", ...), or sets `stopped` where the job is meant to stop.
-QByteArray writeJobFiles(const DataFolder &folder, const EmailJob &job, bool &stopped)
+QByteArray writeJobFiles(const DataFolder &folder, const EmailJob &job, bool &stopped, QStringList &narrowed)
 {
     stopped = false;
-    if (const char *fault = writeWorkingFile(folder.emailBodyFile(), job.body); *fault)
+    if (const char *fault = writeWorkingFile(folder.emailBodyFile(), job.body, narrowed); *fault)
         return QByteArray(fault) + " email body";
     if (job.stop == EmailJob::Stop::AfterBody)
         return stopped = true, QByteArray();
-    if (const char *fault = writeWorkingFile(folder.emailRecipientsFile(), job.recipients); *fault)
+    if (const char *fault = writeWorkingFile(folder.emailRecipientsFile(), job.recipients, narrowed); *fault)
         return QByteArray(fault) + " email recipient list";
     if (job.stop == EmailJob::Stop::AfterRecipients)
         return stopped = true, QByteArray();
-    if (*writeWorkingFile(folder.root + '/' + job.scriptName, job.script))
+    if (*writeWorkingFile(folder.root + '/' + job.scriptName, job.script, narrowed))
         return "creating " + job.scriptName;
     stopped = job.stop == EmailJob::Stop::BeforeStart;
     return {};
@@ -151,9 +156,14 @@ void EmailQueue::next()
     QPointer<QObject> self(this);
     std::thread([job, folder, self, this] {
         bool stopped = false;
-        const QByteArray fault = writeJobFiles(folder, *job, stopped);
+        QStringList narrowed;
+        const QByteArray fault = writeJobFiles(folder, *job, stopped, narrowed);
         // `this` is used only once `self` says the queue still exists.
-        postBack(self, [this, job, fault, stopped] { filesWritten(*job, fault, stopped); });
+        postBack(self, [this, job, fault, stopped, narrowed] {
+            for (const QString &path : narrowed)
+                app_.status().note(narrowedFileNotice(path));
+            filesWritten(*job, fault, stopped);
+        });
     }).detach();
 }
 

@@ -1,11 +1,17 @@
 #include "QueryFailureEmail.h"
 
+#include "CFormat.h"
 #include "DeviceStore.h"
 #include "ScriptMail.h"
 
 namespace cz {
 
-void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot)
+namespace {
+
+// Sends `body` (expanded from the device's body text when null) with the
+// device's mail settings, checked in the order the alert checks them.
+void sendDeviceMail(DeviceStore &app, EmailQueue &queue, int slot, const QByteArray &subjectPrefix,
+                    const QByteArray *body)
 {
     const DeviceRecord *d = app.device(slot);
     if (!d || !d->SendQueryFailMessage)
@@ -37,7 +43,8 @@ void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot)
         return show("missing a subject line for outgoing mail.");
     if (d->EmailBodyText.empty())
         return show("missing the text body of this message.");
-    mail.body = expandQueryFailureBody(d->EmailBodyText.bytes(), d->DeviceName.bytes(), d->QueryFailThreshold);
+    mail.command.subject.prepend(subjectPrefix);
+    mail.body = body ? *body : expandQueryFailureBody(d->EmailBodyText.bytes(), d->DeviceName.bytes(), d->QueryFailThreshold);
     // The test's wording with a lower-case start follows the prefix.
     mail.fault = [&app, show](const QByteArray &text) {
         if (text.startsWith("ShellExecute")) {
@@ -49,6 +56,24 @@ void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot)
         show(reason);
     };
     queueScriptMail(queue, std::move(mail));
+}
+
+} // namespace
+
+void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot)
+{
+    sendDeviceMail(app, queue, slot, {}, nullptr);
+}
+
+void SendQueryResolvedEmail(DeviceStore &app, EmailQueue &queue, int slot, int failedQueries, qint64 silentSeconds)
+{
+    const DeviceRecord *d = app.device(slot);
+    if (!d)
+        return;
+    const QByteArray body = "The device named " + d->DeviceName.bytes() + " answers again after " +
+                            QByteArray::number(failedQueries) + " failed queries; it did not answer for " +
+                            durationText(silentSeconds) + ".";
+    sendDeviceMail(app, queue, slot, "Resolved: ", &body);
 }
 
 } // namespace cz

@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <cstdio>
+
 namespace cz {
 
 CCorvantaApp::CCorvantaApp(const CommandLine &commandLine, const QString &programFolder, const Clock &clock,
@@ -21,8 +23,14 @@ CCorvantaApp::CCorvantaApp(const CommandLine &commandLine, const QString &progra
       cycle_(store_, session_)
 {
     status_.programFolder = programFolder;
+    connect(&status_, &ProgramStatus::noted, this, [](const QString &text) {
+        std::fprintf(stderr, "corvanta-zephtra: %s\n", qPrintable(text));
+    });
     cycle_.setEvaluation(&evaluation_);
     connect(&cycle_, &QueryCycle::queryFailureAlert, this, [this](int slot) { alerts_.sendQueryFailureEmail(slot); });
+    connect(&cycle_, &QueryCycle::deviceAnswersAgain, this, [this](int slot, int failed, qint64 silentSeconds) {
+        alerts_.sendQueryResolvedEmail(slot, failed, silentSeconds);
+    });
 }
 
 CCorvantaApp::~CCorvantaApp() = default;

@@ -5,10 +5,12 @@
 #include <QApplication>
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <sys/resource.h>
 
 namespace {
 
@@ -19,6 +21,20 @@ bool displayAvailable()
         if (const char *value = std::getenv(name); value && *value)
             return true;
     return false;
+}
+
+// Every device query, log line, mail script and metrics connection needs a
+// file descriptor: take what the system allows this process, up to 65536.
+void raiseOpenFileLimit()
+{
+    rlimit files{};
+    if (::getrlimit(RLIMIT_NOFILE, &files) != 0)
+        return;
+    const rlim_t wanted = std::min<rlim_t>(files.rlim_max, 65536);
+    if (files.rlim_cur < wanted) {
+        files.rlim_cur = wanted;
+        ::setrlimit(RLIMIT_NOFILE, &files);
+    }
 }
 
 } // namespace
@@ -48,6 +64,7 @@ int main(int argc, char *argv[])
         std::puts("Corvanta Zephtra, Version " CORVANTA_VERSION "  (build 102612)");
         return 0;
     }
+    raiseOpenFileLimit();
     const bool window = !cl.headless && displayAvailable();
     if (!cl.headless && !window)
         std::fputs("corvanta-zephtra: no display; running headless.\n", stderr);

@@ -68,15 +68,32 @@ struct Sample {
     float value;
 };
 
-// Every readable line of one data file: date, time and the display text.
-void readFile(const QString &path, ProbeType type, double before, LineClock &clock, std::vector<Sample> &out,
-              qint64 &lines)
+// The longest line a data file can hold: date, time and a display text of
+// at most 31 bytes, with their commas and CR LF.
+constexpr qint64 kMaxLineBytes = 8 + 1 + 8 + 1 + 31 + 2;
+// No more of a file is read than the lines a whole history can use, however
+// large (or damaged) the file is.
+constexpr qint64 kMaxReadBytes = qint64(TimeHistory::kLength) * kMaxLineBytes;
+
+// The readable lines at the end of one data file (date, time and display
+// text) from `since` to before `before`.
+void readFile(const QString &path, ProbeType type, double since, double before, LineClock &clock,
+              std::vector<Sample> &out, qint64 &lines)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return;
-    const QByteArray bytes = file.readAll();
+    const qint64 size = file.size();
+    const bool cut = size > kMaxReadBytes;
+    if (cut && !file.seek(size - kMaxReadBytes))
+        return;
+    const QByteArray bytes = file.read(kMaxReadBytes);
     const char *p = bytes.constData(), *end = p + bytes.size();
+    if (cut) {
+        // The read began inside a line: it starts at the next one.
+        const char *eol = static_cast<const char *>(std::memchr(p, '\n', std::size_t(end - p)));
+        p = eol ? eol + 1 : end;
+    }
     while (p < end) {
         const char *eol = static_cast<const char *>(std::memchr(p, '\n', std::size_t(end - p)));
         const char *lineEnd = eol ? eol : end;
@@ -97,11 +114,31 @@ void readFile(const QString &path, ProbeType type, double before, LineClock &clo
                 if (res.ec != std::errc() || res.ptr != textEnd)
                     v = std::numeric_limits<double>::quiet_NaN();
             }
-            if (std::isfinite(t) && std::isfinite(v) && t < before)
+            if (std::isfinite(t) && std::isfinite(v) && t >= since && t < before)
                 out.push_back({t, float(v)});
         }
         p = lineEnd + 1;
     }
+}
+
+// More samples than a history has slots come from files written at a
+// shorter interval: the last sample of each interval is kept, so that a
+// probe never holds more than about two histories' worth while its files
+// are read.
+void keepOnePerInterval(std::vector<Sample> &samples, double interval)
+{
+    if (samples.size() <= std::size_t(2 * TimeHistory::kLength))
+        return;
+    std::stable_sort(samples.begin(), samples.end(), [](const Sample &a, const Sample &b) { return a.time < b.time; });
+    std::vector<Sample> kept;
+    kept.reserve(std::size_t(TimeHistory::kLength) + 1);
+    for (const Sample &s : samples) {
+        if (!kept.empty() && std::floor(kept.back().time / interval) == std::floor(s.time / interval))
+            kept.back() = s;
+        else
+            kept.push_back(s);
+    }
+    samples.swap(kept);
 }
 
 // The dated folders below "Data" that can hold samples after `since`,
@@ -131,7 +168,8 @@ std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const st
     const double interval = std::max(job.interval, 1);
     const int length = TimeHistory::kLength;
     const QString data = QFile::decodeName(job.dataFolder);
-    QStringList folders = datedFolders(data, job.before - interval * length);
+    const double since = job.before - interval * length;
+    QStringList folders = datedFolders(data, since);
     folders << data;  // today's files last
 
     std::vector<std::vector<Sample>> samples(std::size_t(job.probeCount));
@@ -144,7 +182,8 @@ std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const st
             if (cancel && cancel->load())
                 return std::make_unique<LoadedHistory>();
             readFile(folder + '/' + QFile::decodeName(job.fileNames[std::size_t(i)]), job.types[std::size_t(i)],
-                     job.before, clock, samples[std::size_t(i)], loaded->linesRead);
+                     since, job.before, clock, samples[std::size_t(i)], loaded->linesRead);
+            keepOnePerInterval(samples[std::size_t(i)], interval);
         }
         for (const Sample &s : samples[std::size_t(i)])
             newest = std::max(newest, s.time);
@@ -247,14 +286,15 @@ void HistoryLoader::start(double now)
         ++pending_;
         QPointer<HistoryLoader> self(this);
         auto cancel = cancel_;
-        pool_.start([self, cancel, job, device] {
+        const std::uint64_t id = device->id;
+        pool_.start([self, cancel, job, id] {
             std::shared_ptr<LoadedHistory> loaded = readDeviceHistory(job, cancel.get());
             if (cancel->load())
                 return;
             QMetaObject::invokeMethod(
-                self.data(), [self, device, job, loaded] {
+                self.data(), [self, id, job, loaded] {
                     if (self)
-                        self->place(device, job.probeCount, loaded);
+                        self->place(id, job.probeCount, loaded);
                 },
                 Qt::QueuedConnection);
         });
@@ -263,9 +303,10 @@ void HistoryLoader::start(double now)
         QMetaObject::invokeMethod(this, &HistoryLoader::finished, Qt::QueuedConnection);
 }
 
-void HistoryLoader::place(const DeviceRecord *device, int probeCount, std::shared_ptr<LoadedHistory> loaded)
+void HistoryLoader::place(std::uint64_t id, int probeCount, std::shared_ptr<LoadedHistory> loaded)
 {
-    const int slot = store_.slotOf(device);
+    // A device deleted meanwhile is gone for good: its history goes nowhere.
+    const int slot = store_.slotWithId(id);
     DeviceRecord *record = store_.deviceForUpdate(slot);
     if (record && placeDeviceHistory(*record, *loaded, probeCount))
         emit deviceLoaded(slot);

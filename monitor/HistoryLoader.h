@@ -1,6 +1,7 @@
 // Refills the chart histories at start-up from the probes' CSV data files
 // (today's file in "Data" and those the daily rollover moved into dated
-// folders), so a restart keeps the charts. Files are read on worker
+// folders), so a restart keeps the charts. Only the end of each file that a
+// history can hold is read, however large the file. Files are read on worker
 // threads; each device's history is put in place on the owner's thread,
 // in front of any samples its queries added meanwhile.
 #pragma once
@@ -59,7 +60,7 @@ signals:
     void finished();
 
 private:
-    void place(const DeviceRecord *device, int probeCount, std::shared_ptr<LoadedHistory> loaded);
+    void place(std::uint64_t id, int probeCount, std::shared_ptr<LoadedHistory> loaded);
 
     DeviceStore &store_;
     QThreadPool pool_;

@@ -1,12 +1,16 @@
 #include "QueryCycle.h"
 
+#include "CFormat.h"
 #include "DeviceFile.h"
 #include "DeviceStore.h"
 #include "DeviceUrl.h"
 #include "FailedAttempt.h"
+#include "LogFiles.h"
 #include "ReplyApplication.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace cz {
 
@@ -15,6 +19,11 @@ namespace {
 // Replies that arrive together are applied a few milliseconds' worth at a
 // time, so the window stays responsive through an alarm storm.
 constexpr qint64 kApplySliceMs = 4;
+
+// The tick runs every second give or take a few milliseconds: a device is
+// due once its interval has passed within half a tick, so an interval of
+// 30 s is kept at 30 s and not stretched to 31 by a late tick.
+constexpr qint64 kTickSlackMs = 500;
 
 double currentReading(const ProbeRecord &p)
 {
@@ -100,20 +109,26 @@ int QueryCycle::queriesInFlight() const
     return n;
 }
 
+bool QueryCycle::due(const DeviceRecord &device, const DeviceRun &run, qint64 nowMs) const
+{
+    if (!run.queried || device.QueryInterval <= 0)
+        return true;
+    return nowMs - run.startedMs >= qint64(device.QueryInterval) * 1000 - kTickSlackMs;
+}
+
 void QueryCycle::tick()
 {
     if (store_.status().ShuttingDown)
         return;
-    const std::int64_t now = store_.clock().now();
+    const qint64 nowMs = store_.clock().monotonicMs();
     std::vector<DeviceRecord *> due;
     for (int slot = 0; slot < store_.deviceCount(); ++slot) {
         DeviceRecord *d = store_.deviceForUpdate(slot);
         d->QueryDue = 0;
-        if (runs_[d].fetchId)
+        const DeviceRun &run = runs_[d];
+        if (run.fetchId)
             continue;
-        // Cut to 32 bits: a device whose last contact lies in the future
-        // waits until the clock has passed it by its interval.
-        if (std::int32_t(now - d->LastContactTimeVal) >= d->QueryInterval) {
+        if (this->due(*d, run, nowMs)) {
             d->QueryDue = 1;
             due.push_back(d);
         }
@@ -158,7 +173,9 @@ void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
         session_.setProxy(ProxySettings{device.ProxyServerAddress.bytes(), device.ProxyServerUserName.bytes(),
                                         device.ProxyServerPassword.bytes()});
     run.round = round;
-    run.started.start();
+    run.queried = true;
+    run.startedMs = store_.clock().monotonicMs();
+    run.took.start();
     const DeviceRecord *d = &device;
     run.fetchId = session_.fetchPage(
         readingsUrl(device), session_.proxy(),
@@ -220,24 +237,13 @@ void QueryCycle::apply(const Arrival &arrival)
     const quint64 round = run.round;
     QueryStats &stats = run.stats;
     stats.queries += 1;
-    stats.lastDurationSeconds = double(run.started.nsecsElapsed()) / 1e9;
-    stats.lastSucceeded = false;
-    if (result) {
-        device->QueryFailureCount = 0;
-        if (ApplyDeviceReply(store_, slot, arrival.result.reply, silent ? 0 : 1, evaluation_)) {
-            stats.lastSucceeded = true;
-            emit replyApplied(slot);
-        } else {
-            // The count was just reset, so the alert is reached only with a
-            // threshold of 0 or less.
-            device->QueryFailureCount += 1;
-            if (device->QueryFailureCount > device->QueryFailThreshold) {
-                stats.failureAlerts += 1;
-                emit queryFailureAlert(slot);
-            }
-            store_.status().set(QStringLiteral("ERROR: query failed for %1").arg(device->DeviceName.str()));
-            queryFailed();
-        }
+    stats.lastDurationSeconds = double(run.took.nsecsElapsed()) / 1e9;
+    stats.lastSucceeded = result && ApplyDeviceReply(store_, slot, arrival.result.reply, silent ? 0 : 1, evaluation_);
+    if (stats.lastSucceeded) {
+        emit replyApplied(slot);
+    } else if (result) {
+        store_.status().set(QStringLiteral("ERROR: query failed for %1").arg(device->DeviceName.str()));
+        queryFailed();
     }
     if (silent) {
         // A first query only establishes states and extremes.
@@ -254,7 +260,49 @@ void QueryCycle::apply(const Arrival &arrival)
     emit statusWindowsRefresh();
     emit deviceSampled(slot, sample);
     closeRound(round);
+    // After the round, so that what it says is not written over at once.
+    if (stats.lastSucceeded)
+        countAnswer(slot, *device, run);
+    else
+        countFailedQuery(slot, *device, run);
     emit queryFinished(slot, result);
+}
+
+void QueryCycle::countFailedQuery(int slot, DeviceRecord &device, DeviceRun &run)
+{
+    if (device.QueryFailureCount == 0)
+        run.silentSinceMs = run.answeredMs >= 0 ? run.answeredMs : run.startedMs;
+    if (device.QueryFailureCount < std::numeric_limits<std::int32_t>::max())
+        device.QueryFailureCount += 1;
+    if (run.outage || device.QueryFailureCount < std::max(1, device.QueryFailThreshold))
+        return;
+    run.outage = true;
+    run.stats.failureAlerts += 1;
+    store_.status().set(QStringLiteral("ERROR: %1 did not answer %2 queries in a row")
+                            .arg(device.DeviceName.str())
+                            .arg(device.QueryFailureCount));
+    emit queryFailureAlert(slot);
+}
+
+void QueryCycle::countAnswer(int slot, DeviceRecord &device, DeviceRun &run)
+{
+    const qint64 nowMs = store_.clock().monotonicMs();
+    run.answeredMs = nowMs;
+    const int failed = device.QueryFailureCount;
+    device.QueryFailureCount = 0;
+    if (!run.outage)
+        return;
+    run.outage = false;
+    const qint64 silentSeconds = std::max<qint64>(0, nowMs - run.silentSinceMs) / 1000;
+    const QByteArray name = device.DeviceName.bytes();
+    const QByteArray line = "The device " + name + " answers again after " + QByteArray::number(failed) +
+                            " failed queries; it did not answer for " + durationText(silentSeconds) + ".";
+    if (device.LogQueryFailures)
+        AppendErrorLog(store_.clock(), store_.folder().internetErrorLog(), line + "\r\n");
+    store_.status().set(QStringLiteral("Status: %1 answers again after %2 failed queries")
+                            .arg(QString::fromUtf8(name))
+                            .arg(failed));
+    emit deviceAnswersAgain(slot, failed, silentSeconds);
 }
 
 void QueryCycle::queryFailed()
@@ -280,11 +328,11 @@ void QueryCycle::deviceAboutToBeRemoved(int slot)
     auto it = runs_.find(device);
     if (it == runs_.end())
         return;
-    const DeviceRun run = *it;
+    const quint64 fetchId = it->fetchId, round = it->round;
     runs_.erase(it);
-    if (run.fetchId) {
-        session_.cancel(run.fetchId);
-        closeRound(run.round);
+    if (fetchId) {
+        session_.cancel(fetchId);
+        closeRound(round);
     }
 }
 

@@ -1,7 +1,13 @@
 // The once-a-second query tick: every device is asked for its readings on
 // its own interval, and its reply is applied as soon as it arrives. A device
 // whose query is still running is not asked again; a device that does not
-// answer holds back no other.
+// answer holds back no other. Intervals run on the monotonic clock, so
+// setting the wall clock neither pauses polling nor makes it catch up.
+//
+// A query fails when every attempt failed or its reply did not parse. A
+// device counts its failed queries in a row; when the count reaches its
+// QueryFailThreshold (0 or less acts as 1) the query-failure alert is raised
+// once for that outage, and when the device answers again that is told too.
 #pragma once
 
 #include "HttpSession.h"
@@ -27,7 +33,7 @@ struct DeviceRecord;
 struct QueryStats {
     quint64 queries = 0;         // queries ended, answered or not
     quint64 failedAttempts = 0;  // attempts that failed (three end a query)
-    quint64 failureAlerts = 0;   // query failure alerts raised
+    quint64 failureAlerts = 0;   // query failure alerts raised (one per outage)
     bool lastSucceeded = false;  // the last query was answered and parsed
     double lastDurationSeconds = 0;
 };
@@ -66,8 +72,12 @@ public:
 signals:
     // A reply was parsed: the probe list shows the device's new values.
     void replyApplied(int slot);
-    // The device's query failure count went above its QueryFailThreshold.
+    // The device's failed queries in a row reached its QueryFailThreshold:
+    // once per outage.
     void queryFailureAlert(int slot);
+    // A device whose query-failure alert was raised answers again, after
+    // `failedQueries` failed queries and `silentSeconds` without an answer.
+    void deviceAnswersAgain(int slot, int failedQueries, qint64 silentSeconds);
     // After every query: the open status windows redraw.
     void statusWindowsRefresh();
     // After every query: the device's page shows the new sample (`result`
@@ -83,7 +93,12 @@ private:
         quint64 round = 0;
         bool silent = true;       // its next query is its first
         bool added = false;       // that first query follows its adding
-        QElapsedTimer started;    // when the query in flight began
+        bool queried = false;     // a query has been started
+        qint64 startedMs = 0;     // monotonic time the last query began
+        QElapsedTimer took;       // how long the query in flight has run
+        qint64 answeredMs = -1;   // monotonic time of the last answer, -1 before one
+        qint64 silentSinceMs = 0; // monotonic time the device stopped answering
+        bool outage = false;      // the query-failure alert was raised
         QueryStats stats;
     };
     struct Arrival {
@@ -104,7 +119,10 @@ private:
     void scheduleApply();
     void applyArrivals();
     void apply(const Arrival &arrival);
+    bool due(const DeviceRecord &device, const DeviceRun &run, qint64 nowMs) const;
     void queryFailed();
+    void countFailedQuery(int slot, DeviceRecord &device, DeviceRun &run);
+    void countAnswer(int slot, DeviceRecord &device, DeviceRun &run);
     void closeRound(quint64 round);
     void deviceAboutToBeRemoved(int slot);
 

@@ -200,6 +200,12 @@ private:
             curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(totalMs.load()));
             curl_easy_setopt(easy, CURLOPT_HTTP09_ALLOWED, 1L);
             curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+            // A name lookup runs on a resolver thread of its own. When the
+            // attempt ends before the lookup does (a hanging DNS server),
+            // the thread is left to finish and free itself instead of being
+            // waited for: this worker serves every device and must not
+            // stall behind one device's lookup.
+            curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
             curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, a->errorBuffer);
             curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Attempt::onHeader);
             curl_easy_setopt(easy, CURLOPT_HEADERDATA, a.get());

@@ -1,15 +1,25 @@
 // Serves the metrics page over HTTP from the event loop: a scrape never
-// waits on anything but building the page from what is in memory.
+// waits on anything but building the page from what is in memory. HTTP is
+// libmicrohttpd's, run on the event loop; the port is guarded against
+// hostile clients: only GET and HEAD of "/metrics" are answered, request
+// heads are capped, bodies refused, idle connections closed, and the number
+// of connections held is bounded.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
+#include <unordered_map>
 
-class QHttpServer;
+struct MHD_Daemon;
+struct MHD_Connection;
+class QSocketNotifier;
+class QTcpServer;
 
 namespace cz {
 
@@ -27,6 +37,14 @@ bool parseMetricsAddress(const QString &text, MetricsAddress *address, QString *
 class MetricsServer : public QObject {
     Q_OBJECT
 public:
+    // Connections served at once; one more is refused at once unless a
+    // connection that is not in the middle of a request can make room.
+    static constexpr int kMaxConnections = 64;
+    // A connection that sends and takes nothing for this long is closed.
+    static constexpr int kIdleSeconds = 10;
+    // The longest request head answered; a longer one gets 431.
+    static constexpr int kMaxHeadBytes = 8192;
+
     // `page` builds the body of each answer to "/metrics".
     explicit MetricsServer(std::function<QByteArray()> page, QObject *parent = nullptr);
     ~MetricsServer() override;
@@ -36,10 +54,33 @@ public:
     quint16 port() const { return port_; }
     // "http://127.0.0.1:9464/metrics"
     QString url() const;
+    // Connections open now.
+    int connections() const { return int(open_.size()); }
 
 private:
+    class Listener;
+    struct Connection {
+        int fd = -1;
+        bool inRequest = false;  // a request head has arrived and is being answered
+        qint64 idleSinceMs = 0;  // when it was accepted or its last request ended
+        bool evicted = false;
+    };
+
+    void admit(qintptr fd);
+    bool evictIdleConnection();
+    void run();
+
+    // libmicrohttpd's callbacks.
+    struct Callbacks;
+    friend struct Callbacks;
+
     std::function<QByteArray()> page_;
-    std::unique_ptr<QHttpServer> http_;
+    std::unique_ptr<Listener> listener_;
+    MHD_Daemon *daemon_ = nullptr;
+    std::unique_ptr<QSocketNotifier> events_;
+    QTimer timeouts_;
+    QElapsedTimer clock_;
+    std::unordered_map<MHD_Connection *, Connection> open_;
     QHostAddress host_;
     quint16 port_ = 0;
 };

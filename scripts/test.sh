@@ -12,7 +12,7 @@ ctest --output-on-failure --timeout 600 -j2
 cd ..
 # The Debian package: built, validated, installed, run, and removed.
 sh scripts/package.sh
-sh tests/packaging/package_test.sh build/corvanta-zephtra_*.deb
+sh tests/packaging/package_test.sh build-package/corvanta-zephtra_*.deb
 # The sanitizer build: every test again, the window tests included
 # (offscreen); any report fails the run.
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCORVANTA_SANITIZE=ON -DCORVANTA_BUILD_BENCH=OFF >/dev/null

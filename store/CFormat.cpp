@@ -1,5 +1,6 @@
 #include "CFormat.h"
 
+#include <algorithm>
 #include <charconv>
 #include <clocale>
 #include <cstdlib>
@@ -78,6 +79,32 @@ QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern)
     char buf[128];
     const std::size_t n = strftime_l(buf, sizeof buf, pattern, &parts, cLocale());
     return QByteArray(buf, qsizetype(n));
+}
+
+QByteArray durationText(std::int64_t seconds)
+{
+    struct Unit {
+        std::int64_t seconds;
+        const char *name;
+    };
+    static constexpr Unit units[] = {{86400, "day"}, {3600, "hour"}, {60, "minute"}, {1, "second"}};
+    seconds = std::max<std::int64_t>(0, seconds);
+    QByteArray text;
+    int shown = 0;
+    for (const Unit &u : units) {
+        const std::int64_t n = seconds / u.seconds;
+        seconds %= u.seconds;
+        if (shown > 0 && n == 0)
+            break;
+        if (n == 0 && u.seconds > 1)
+            continue;
+        if (!text.isEmpty())
+            text += ' ';
+        text += QByteArray::number(n) + ' ' + u.name + (n == 1 ? "" : "s");
+        if (++shown == 2)
+            break;
+    }
+    return text;
 }
 
 } // namespace cz

@@ -21,6 +21,10 @@ std::int32_t parseInt32(const QByteArray &text);
 // with English day and month names and AM/PM.
 QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern);
 
+// A duration in its two largest units, in words: "45 seconds",
+// "2 minutes 5 seconds", "1 hour", "3 days 4 hours".
+QByteArray durationText(std::int64_t seconds);
+
 inline QByteArray dateText(std::int64_t t) { return formatLocalTime(t, "%m-%d-%y"); }
 inline QByteArray clockText(std::int64_t t) { return formatLocalTime(t, "%H:%M:%S"); }
 // "Sun, Nov 22, 2026" and "14:05:09 PM" (24-hour clock, then AM/PM), the

@@ -15,6 +15,12 @@ std::int64_t SystemClock::nowMs() const
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
+std::int64_t SystemClock::monotonicMs() const
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
 const SystemClock &SystemClock::instance()
 {
     static const SystemClock clock;

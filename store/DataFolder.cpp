@@ -1,5 +1,7 @@
 #include "DataFolder.h"
 
+#include "FileWrite.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -61,10 +63,7 @@ int installDefaultFiles(const DataFolder &folder)
         if (QFileInfo::exists(target))
             continue;
         QFile in(QString::fromLatin1(f.resource));
-        QFile out(target);
-        if (!in.open(QIODevice::ReadOnly) || !out.open(QIODevice::NewOnly | QIODevice::WriteOnly))
-            continue;
-        if (out.write(in.readAll()) >= 0)
+        if (in.open(QIODevice::ReadOnly) && writeFileAtomically(target, in.readAll(), nullptr))
             ++written;
     }
     return written;

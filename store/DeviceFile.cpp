@@ -52,11 +52,13 @@ std::optional<QByteArray> writeTemp(const Rec &r)
 
 // Readers -------------------------------------------------------------
 
-template <auto M, int Default, class Rec>
+// Keys are read into a new record, so an absent key keeps the record's own
+// default: each default is written once, in Records.h.
+template <auto M, class Rec>
 void readProfileInt(Rec &r, const IniFile &ini, const QByteArray &s, const char *key, int)
 {
     using T = decltype(memberType(M));
-    r.*M = static_cast<T>(ini.readInt(s, key, Default));
+    r.*M = static_cast<T>(ini.readInt(s, key, static_cast<std::int32_t>(r.*M)));
 }
 
 template <auto M, class Rec>
@@ -81,7 +83,7 @@ template <auto M, class Rec>
 void readText(Rec &r, const IniFile &ini, const QByteArray &s, const char *key, int)
 {
     using T = decltype(memberType(M));
-    (r.*M).assign(ini.readString(s, key, "", int(T::capacity)));
+    (r.*M).assign(ini.readString(s, key, (r.*M).bytes(), int(T::capacity)));
 }
 
 using D = DeviceRecord;
@@ -89,7 +91,7 @@ using P = ProbeRecord;
 
 // Key definitions. Number keys are profile integers unless "long" (read as
 // text and converted, as colours, group numbers, humidity and times are).
-#define CZ_INT(R, F, DEF, BIT) {#F, BIT, &writeNumber<&R::F, R>, &readProfileInt<&R::F, DEF, R>, false}
+#define CZ_INT(R, F, BIT) {#F, BIT, &writeNumber<&R::F, R>, &readProfileInt<&R::F, R>, false}
 #define CZ_LONG(R, F, BIT) {#F, BIT, &writeNumber<&R::F, R>, &readLong<&R::F, R>, false}
 #define CZ_TIME(R, F, BIT) {#F, BIT, &writeNumber<&R::F, R>, &readTime<&R::F, R>, false}
 #define CZ_TEMP(R, F, BIT) {#F, BIT, &writeTemp<&R::F, R>, &readTemp<&R::F, R>, false}
@@ -102,37 +104,37 @@ namespace DB = DeviceBit;
 namespace PB = ProbeBit;
 
 const KeyDef<D> kDeviceKeys[] = {
-    CZ_INT(D, DevicePort, 80, DB::DevicePort),
-    CZ_INT(D, ProbeCount, 4, DB::ProbeCount),
-    CZ_INT(D, UseProxy, 0, DB::UseProxy),
+    CZ_INT(D, DevicePort, DB::DevicePort),
+    CZ_INT(D, ProbeCount, DB::ProbeCount),
+    CZ_INT(D, UseProxy, DB::UseProxy),
     {"LastContactTimeVal", DB::LastContactTimeVal, &writeNumber<&D::LastContactTimeVal, D>, nullptr, false},
-    CZ_INT(D, DisplayUnits, 0, DB::DisplayUnits),
-    CZ_INT(D, QueryInterval, 30, DB::QueryInterval),
+    CZ_INT(D, DisplayUnits, DB::DisplayUnits),
+    CZ_INT(D, QueryInterval, DB::QueryInterval),
     CZ_TEXT(D, DeviceName, DB::DeviceName),
     CZ_TEXT(D, DeviceAddress, DB::DeviceAddress),
     CZ_TEXT(D, DeviceModel, DB::DeviceModel),
     CZ_TEXT(D, DeviceVersion, DB::DeviceVersion),
     CZ_TEXT(D, DeviceSerial, DB::DeviceSerial),
-    CZ_INT(D, ProxyServerPort, 8080, DB::ProxyServerPort),
+    CZ_INT(D, ProxyServerPort, DB::ProxyServerPort),
     CZ_TEXT(D, ProxyServerAddress, DB::ProxyServerAddress),
     CZ_TEXT(D, ProxyServerUserName, DB::ProxyServerUserName),
     CZ_TEXT(D, ProxyServerPassword, DB::ProxyServerPassword),
-    CZ_INT(D, QueryFailThreshold, 3, DB::QueryFailThreshold),
-    CZ_INT(D, SendQueryFailMessage, 0, DB::SendQueryFailMessage),
-    CZ_INT(D, ShowProbeNamesInLegend, 0, DB::ShowProbeNamesInLegend),
+    CZ_INT(D, QueryFailThreshold, DB::QueryFailThreshold),
+    CZ_INT(D, SendQueryFailMessage, DB::SendQueryFailMessage),
+    CZ_INT(D, ShowProbeNamesInLegend, DB::ShowProbeNamesInLegend),
     CZ_TEXT(D, SMTPServerName, DB::SMTPServerName),
-    CZ_INT(D, SMTPServerPort, 25, DB::SMTPServerPort),
+    CZ_INT(D, SMTPServerPort, DB::SMTPServerPort),
     CZ_TEXT(D, EmailFromAddress, DB::EmailFromAddress),
     CZ_TEXT(D, EmailToAddress, DB::EmailToAddress),
     CZ_TEXT(D, SMTPUsername, DB::SMTPUsername),
     CZ_TEXT(D, SMTPPassword, DB::SMTPPassword),
     CZ_TEXT(D, EmailSubjectText, DB::EmailSubjectText),
     CZ_TEXT(D, EmailBodyText, DB::EmailBodyText),
-    CZ_INT(D, EnableDialer, 0, DB::EnableDialer),
-    CZ_INT(D, LoggingEnabled, 0, DB::LoggingEnabled),
-    CZ_INT(D, LogQueryFailures, 0, DB::LogQueryFailures),
-    CZ_INT(D, DialerPort, 1, DB::DialerPort),
-    CZ_INT(D, PlotLineWidth, 1, DB::PlotLineWidth),
+    CZ_INT(D, EnableDialer, DB::EnableDialer),
+    CZ_INT(D, LoggingEnabled, DB::LoggingEnabled),
+    CZ_INT(D, LogQueryFailures, DB::LogQueryFailures),
+    CZ_INT(D, DialerPort, DB::DialerPort),
+    CZ_INT(D, PlotLineWidth, DB::PlotLineWidth),
 };
 
 void readChartSymbol(P &p, const IniFile &ini, const QByteArray &s, const char *key, int probeIndex)
@@ -159,25 +161,25 @@ std::optional<QByteArray> writeSwitchStateIndex(const P &p)
 }
 
 const KeyDef<P> kProbeKeys[] = {
-    CZ_INT(P, DeviceNumber, 0, PB::Numbers),
-    CZ_INT(P, ProbeNumber, 0, PB::Numbers),
-    CZ_INT(P, ConsecutiveAlarmCount, 0, PB::StateOrCount),
-    CZ_INT(P, ConsecutiveAlarmThreshold, 0, PB::ConsecutiveAlarmThreshold),
-    CZ_INT(P, DisplayUnits, 0, PB::DisplayUnits),
-    CZ_INT(P, ProbeType, 0, PB::ProbeType),
-    CZ_INT(P, ProbeEnabled, 0, PB::ProbeEnabled),
-    CZ_INT(P, SendAlarmEmail, 0, PB::SendAlarmEmail),
-    CZ_INT(P, SendCautionEmail, 0, PB::SendCautionEmail),
-    CZ_INT(P, SendClearEmail, 0, PB::SendClearEmail),
-    CZ_INT(P, AlarmSound, 0, PB::AlarmSound),
-    CZ_INT(P, CautionSound, 0, PB::CautionSound),
-    CZ_INT(P, RunProgramAlarm, 0, PB::RunProgramAlarm),
-    CZ_INT(P, RunProgramCaution, 0, PB::RunProgramCaution),
-    CZ_INT(P, RunProgramClear, 0, PB::RunProgramClear),
-    CZ_INT(P, TriggerDialerAlarm, 0, PB::TriggerDialerAlarm),
-    CZ_INT(P, TriggerDialerCaution, 0, PB::TriggerDialerCaution),
-    CZ_INT(P, TriggerDialerClear, 0, PB::TriggerDialerClear),
-    CZ_INT(P, AlarmState, 0, PB::StateOrCount | PB::AlarmSetOrCleared),
+    CZ_INT(P, DeviceNumber, PB::Numbers),
+    CZ_INT(P, ProbeNumber, PB::Numbers),
+    CZ_INT(P, ConsecutiveAlarmCount, PB::StateOrCount),
+    CZ_INT(P, ConsecutiveAlarmThreshold, PB::ConsecutiveAlarmThreshold),
+    CZ_INT(P, DisplayUnits, PB::DisplayUnits),
+    CZ_INT(P, ProbeType, PB::ProbeType),
+    CZ_INT(P, ProbeEnabled, PB::ProbeEnabled),
+    CZ_INT(P, SendAlarmEmail, PB::SendAlarmEmail),
+    CZ_INT(P, SendCautionEmail, PB::SendCautionEmail),
+    CZ_INT(P, SendClearEmail, PB::SendClearEmail),
+    CZ_INT(P, AlarmSound, PB::AlarmSound),
+    CZ_INT(P, CautionSound, PB::CautionSound),
+    CZ_INT(P, RunProgramAlarm, PB::RunProgramAlarm),
+    CZ_INT(P, RunProgramCaution, PB::RunProgramCaution),
+    CZ_INT(P, RunProgramClear, PB::RunProgramClear),
+    CZ_INT(P, TriggerDialerAlarm, PB::TriggerDialerAlarm),
+    CZ_INT(P, TriggerDialerCaution, PB::TriggerDialerCaution),
+    CZ_INT(P, TriggerDialerClear, PB::TriggerDialerClear),
+    CZ_INT(P, AlarmState, PB::StateOrCount | PB::AlarmSetOrCleared),
     CZ_TIME(P, LastAlarmSetTimeVal, PB::LastAlarmSetTimeVal),
     CZ_TIME(P, LastAlarmClearedTimeVal, PB::LastAlarmClearedTimeVal),
     CZ_TIME(P, HighestTempTimeVal, PB::HighestTemp),
@@ -196,7 +198,7 @@ const KeyDef<P> kProbeKeys[] = {
     CZ_TEXT(P, EmailTo, PB::EmailTo),
     CZ_TEXT(P, EmailFrom, PB::EmailFrom),
     CZ_TEXT(P, SMTPServer, PB::SMTPServer),
-    CZ_INT(P, SMTPPort, 25, PB::SMTPPort),
+    CZ_INT(P, SMTPPort, PB::SMTPPort),
     CZ_TEXT(P, EmailSMTPUser, PB::EmailSMTPUser),
     CZ_TEXT(P, EmailSMTPPass, PB::EmailSMTPPass),
     CZ_TEXT(P, EmailTemplate, PB::EmailTemplate),
@@ -238,9 +240,9 @@ const KeyDef<P> kProbeKeys[] = {
     CZ_DATE("HighestWetnessDate", HighestWetnessTimeVal, PB::HighestWetness),
     CZ_LONG(P, LowestWetness, PB::LowestWetness),
     CZ_DATE("LowestWetnessDate", LowestWetnessTimeVal, PB::LowestWetness),
-    CZ_INT(P, SwitchAlarmCondition, 0, PB::SwitchAlarmCondition),
+    CZ_INT(P, SwitchAlarmCondition, PB::SwitchAlarmCondition),
     {"SwitchStateIndex", PB::WetnessOrSwitch, &writeSwitchStateIndex, nullptr, false},
-    CZ_INT(P, SwitchState, 0, PB::WetnessOrSwitch),
+    CZ_INT(P, SwitchState, PB::WetnessOrSwitch),
     CZ_DATE("LastSwitchOpenDate", SwitchOpenTimeVal, PB::WetnessOrSwitch),
     CZ_DATE("LastSwitchCloseDate", SwitchCloseTimeVal, PB::WetnessOrSwitch),
 };
@@ -343,6 +345,11 @@ QByteArray deviceFileSkeleton(const QByteArray &templatesFolder, int probeCount,
         text += part;
     }
     return text;
+}
+
+bool isPasswordKey(const QByteArray &key)
+{
+    return key == "SMTPPassword" || key == "ProxyServerPassword" || key == "EmailSMTPPass";
 }
 
 QString deviceNameProblem(const QByteArray &name)

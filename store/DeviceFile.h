@@ -69,9 +69,10 @@ inline constexpr std::uint64_t kAllKeys = ~0ull;
 // "Probe%02d"
 QByteArray probeSection(int probeNumber);
 
-// Reads the "Device" keys, absent ones at their defaults.
+// Reads the "Device" keys into a new record; absent keys keep the record's
+// defaults.
 void readDeviceKeys(const IniFile &ini, DeviceRecord &device);
-// Reads section "Probe%02d" (probeIndex + 1).
+// Reads section "Probe%02d" (probeIndex + 1) into a new record, the same way.
 void readProbeKeys(const IniFile &ini, int probeIndex, ProbeRecord &probe);
 
 // One key put into the file; probeIndex is -1 for a device key.
@@ -90,6 +91,9 @@ std::vector<WrittenKey> putDeviceKeys(IniFile &ini, const DeviceRecord &device, 
 // probe the banner and the probe template with "[ProbeXX]" numbered.
 // A template that cannot be read adds its message to `errors`.
 QByteArray deviceFileSkeleton(const QByteArray &templatesFolder, int probeCount, QStringList *errors);
+
+// SMTPPassword, ProxyServerPassword and the probes' EmailSMTPPass.
+bool isPasswordKey(const QByteArray &key);
 
 // Empty when `name` can be a device name (it is part of file names);
 // otherwise the reason it cannot.

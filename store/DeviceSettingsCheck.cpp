@@ -26,6 +26,11 @@ QString deviceSettingsProblem(const DeviceStore &store, int slot, const DeviceRe
     const QByteArray name = device.DeviceName.bytes();
     if (name.trimmed().isEmpty())
         return QStringLiteral("\"Device Name:\" is empty. Please enter a name for this device.");
+    const char first = name.front(), last = name.back();
+    if (first == ' ' || first == '\t' || last == ' ' || last == '\t' ||
+        (name.size() >= 2 && (first == '"' || first == '\'') && last == first))
+        return QStringLiteral("\"Device Name:\" may not begin or end with a blank, nor be enclosed in quotes: the "
+                              "device list would not give the name back as it was typed.");
     const QString nameProblem = deviceNameProblem(name);
     if (!nameProblem.isEmpty())
         return QStringLiteral("\"Device Name:\" ") + nameProblem;

@@ -88,11 +88,18 @@ int DeviceStore::loadDevice(const QByteArray &name)
     if (deviceCount_ >= kMaxDevices)
         return -1;
     const int slot = deviceCount_;
-    auto device = readDeviceFile(folder_.deviceFile(name), slot);
+    const QByteArray path = folder_.deviceFile(name);
+    if (!QFileInfo::exists(QFile::decodeName(path)))
+        status_.report(MessageIcon::Warning,
+                       QStringLiteral("The settings file of device \"%1\" is missing:\n%2\nThe device starts with "
+                                      "default settings; its file is written again when it is saved.")
+                           .arg(shown(name), QFile::decodeName(path)));
+    auto device = readDeviceFile(path, slot);
     if (!device)
         return -1;
     if (device->DeviceName.empty())
         device->DeviceName = name;
+    device->id = ++lastId_;
     devices_[std::size_t(slot)] = std::move(device);
     ++deviceCount_;
     return slot;
@@ -168,7 +175,6 @@ bool DeviceStore::writeDeviceFile(int slot, bool writeAll)
 
 bool DeviceStore::saveDeviceFile(int slot, SaveKeys keys)
 {
-    const bool writeAll = keys != SaveKeys::Changed;
     DeviceRecord *device = deviceForUpdate(slot);
     if (!device)
         return false;
@@ -182,7 +188,12 @@ bool DeviceStore::saveDeviceFile(int slot, SaveKeys keys)
 
     const QString path = QFile::decodeName(folder_.deviceFile(name));
     const bool exists = QFileInfo::exists(path);
-    const bool created = writeAll && !exists;
+    // A file that is missing (renamed, lost) is laid out again with every
+    // key, so that nothing of the device's settings is left out.
+    const bool created = !exists;
+    if (created && keys == SaveKeys::Changed)
+        keys = SaveKeys::EveryKeyEdited;
+    const bool writeAll = keys != SaveKeys::Changed;
     IniFile ini;
     if (created) {
         QStringList errors;
@@ -203,13 +214,16 @@ bool DeviceStore::saveDeviceFile(int slot, SaveKeys keys)
     const std::vector<WrittenKey> written = putDeviceKeys(ini, *device, writeAll);
     if (!written.empty() || created) {
         QString error;
+        bool narrowed = false;
         // A device file can hold passwords.
-        if (!ini.save(path, &error, kPrivateFileMode)) {
+        if (!ini.save(path, &error, FileAccess::OwnerOnly, &narrowed)) {
             status_.report(MessageIcon::Error,
                    created ? QStringLiteral("Error opening device initialization file.\n")
                            : QStringLiteral("The device file \"%1\" could not be saved: %2").arg(path, error));
             return false;
         }
+        if (narrowed)
+            status_.note(narrowedFileNotice(path));
     }
 
     device->ChangedKeys = keys == SaveKeys::EveryKeyNew ? kAllKeys : 0;
@@ -264,11 +278,20 @@ int DeviceStore::slotOf(const DeviceRecord *device) const
     return -1;
 }
 
+int DeviceStore::slotWithId(std::uint64_t id) const
+{
+    for (int slot = 0; slot < deviceCount_; ++slot)
+        if (devices_[std::size_t(slot)]->id == id)
+            return slot;
+    return -1;
+}
+
 int DeviceStore::addDevice(std::unique_ptr<DeviceRecord> device)
 {
     if (!device || deviceCount_ >= kMaxDevices)
         return -1;
     const int slot = deviceCount_++;
+    device->id = ++lastId_;
     for (int i = 0; i < kMaxProbes; ++i)
         if (ProbeRecord *p = device->probe(i))
             p->DeviceNumber = slot;
@@ -354,8 +377,8 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
         keepRunState(updated, *p);
         updated.DeviceNumber = slot;
         if (newName != oldName) {
-            updated.LogFile = updated.LogFile.bytes().replace(oldName, newName);
-            updated.DataLogFile = updated.DataLogFile.bytes().replace(oldName, newName);
+            updated.LogFile = renamedProbeFilePath(updated.LogFile.bytes(), oldName, newName);
+            updated.DataLogFile = renamedProbeFilePath(updated.DataLogFile.bytes(), oldName, newName);
         }
         markEditedKeys(*p, updated);
         updated.ChangedKeys |= p->ChangedKeys;
@@ -434,22 +457,22 @@ bool DeviceStore::renameDevice(int slot, const QByteArray &newName)
         ProbeRecord *p = device->probe(i);
         if (!p)
             continue;
-        p->LogFile = p->LogFile.bytes().replace(oldName, newName);
-        p->DataLogFile = p->DataLogFile.bytes().replace(oldName, newName);
+        p->LogFile = renamedProbeFilePath(p->LogFile.bytes(), oldName, newName);
+        p->DataLogFile = renamedProbeFilePath(p->DataLogFile.bytes(), oldName, newName);
         p->markChanged(ProbeBit::LogFile);
     }
     device->DeviceName = newName;
     device->markChanged(DeviceBit::DeviceName);
     // A file that does not exist yet under the new name gets every key, so
     // that nothing of the device's settings stays behind in the old file.
-    const bool fresh = !QFileInfo::exists(QFile::decodeName(folder_.deviceFile(newName)));
-    const bool saved = saveDeviceFile(slot, fresh ? SaveKeys::EveryKeyEdited : SaveKeys::Changed);
+    const bool saved = saveDeviceFile(slot, SaveKeys::Changed);
     emit deviceRenamed(slot);
     return writeDevicesSection() && saved;
 }
 
 // One "<key> saved as "<value>"" line per saved key: device keys to every
 // enabled probe's log, probe keys to their own probe's log if it is enabled.
+// A password is never written to a log: "<key> saved as (hidden)".
 void DeviceStore::logSavedKeys(const DeviceRecord &device, const std::vector<WrittenKey> &written)
 {
     const int probes = device.probeSlots();
@@ -457,7 +480,8 @@ void DeviceStore::logSavedKeys(const DeviceRecord &device, const std::vector<Wri
     for (const WrittenKey &k : written) {
         if (k.key == "LastContactTimeVal")
             continue;
-        const QByteArray line = k.key + " saved as \"" + k.value + '"';
+        const QByteArray line =
+            k.key + " saved as " + (isPasswordKey(k.key) ? QByteArray("(hidden)") : '"' + k.value + '"');
         for (int i = 0; i < probes; ++i)
             if (k.probeIndex < 0 || k.probeIndex == i)
                 lines[std::size_t(i)].append(line);

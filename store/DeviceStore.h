@@ -58,6 +58,8 @@ public:
     // The slot a record is in now (slots move down when a device is
     // deleted), or -1 when it is gone.
     int slotOf(const DeviceRecord *device) const;
+    // The slot of the device with this id, or -1 when it is gone.
+    int slotWithId(std::uint64_t id) const;
 
     // "%m-%d-%y" of the day whose probe files are in "Logs" and "Data"; the
     // daily rollover moves them when the day changes.
@@ -137,6 +139,7 @@ private:
     ProgramStatus &status_;
     std::array<std::unique_ptr<DeviceRecord>, kMaxDevices> devices_;
     int deviceCount_ = 0;
+    std::uint64_t lastId_ = 0;
 };
 
 } // namespace cz

@@ -65,7 +65,8 @@ int writeFully(int fd, const QByteArray &bytes, qsizetype *written)
     return error;
 }
 
-bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error, mode_t newFileMode)
+bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error, FileAccess access,
+                         bool *narrowed)
 {
     auto fail = [error](int e) {
         if (error)
@@ -74,7 +75,13 @@ bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *
     };
     const QByteArray target = QFile::encodeName(path);
     struct stat existing {};
-    const mode_t mode = ::stat(target.constData(), &existing) == 0 ? (existing.st_mode & 07777) : newFileMode;
+    const bool exists = ::stat(target.constData(), &existing) == 0;
+    const mode_t oldMode = existing.st_mode & 07777;
+    mode_t mode = exists ? oldMode : kPublicFileMode;
+    if (access == FileAccess::OwnerOnly)
+        mode = kPrivateFileMode;
+    if (narrowed)
+        *narrowed = exists && access == FileAccess::OwnerOnly && (oldMode & 077) != 0;
     QByteArray temp = tempTemplate(target);
     const int fd = ::mkstemp(temp.data());
     if (fd < 0)
@@ -113,6 +120,13 @@ int removeInterruptedSaves(const QByteArray &folder)
     }
     ::closedir(dir);
     return removed;
+}
+
+QString narrowedFileNotice(const QString &path)
+{
+    return QStringLiteral("\"%1\" could be read by other users; as it can hold passwords, it is now readable by "
+                          "its owner only.")
+        .arg(path);
 }
 
 } // namespace cz

@@ -8,7 +8,11 @@
 
 namespace cz {
 
-// Files that can hold a password are created readable by their owner only.
+// Who may read a saved file. Files that can hold a password (device files,
+// mail scripts and their working files) are the owner's alone, even when
+// they were once saved with a wider mode; other files keep the mode they
+// have, and a new one is readable by everyone.
+enum class FileAccess { Shared, OwnerOnly };
 inline constexpr mode_t kPrivateFileMode = 0600;
 inline constexpr mode_t kPublicFileMode = 0644;
 
@@ -19,9 +23,14 @@ int writeFully(int fd, const QByteArray &bytes, qsizetype *written = nullptr);
 // Writes `bytes` to `path` through a temporary file in the same folder,
 // flushed to disk before it replaces the old file, and the folder flushed
 // after, so that a crash, a power loss or a full disk leaves the old file
-// whole. The file keeps the mode it had; a new one gets `newFileMode`.
+// whole. `narrowed` (when given) tells whether an owner-only file had been
+// readable by others until now.
 bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error,
-                         mode_t newFileMode = kPublicFileMode);
+                         FileAccess access = FileAccess::Shared, bool *narrowed = nullptr);
+
+// The notice for a file that was readable by others and is now the owner's
+// alone.
+QString narrowedFileNotice(const QString &path);
 
 // Removes the temporary files that saves interrupted by a crash left in
 // `folder`; nothing else is touched. Returns how many were removed.

@@ -89,6 +89,18 @@ QByteArray lookupName(const QByteArray &name)
     return name.toLower();
 }
 
+// A value with blanks around it, or enclosed in quotes, would lose them on
+// reading (values are trimmed, one pair of enclosing quotes dropped): it is
+// written in quotes of its own, so that it reads back as it was.
+QByteArray quotedIfNeeded(const QByteArray &value)
+{
+    if (value.isEmpty())
+        return value;
+    const char first = value.front(), last = value.back();
+    const bool enclosed = value.size() >= 2 && (first == '"' || first == '\'') && last == first;
+    return isSpace(first) || isSpace(last) || enclosed ? '"' + value + '"' : value;
+}
+
 } // namespace
 
 void IniFile::Section::index()
@@ -167,9 +179,9 @@ QByteArray IniFile::text() const
     return out;
 }
 
-bool IniFile::save(const QString &path, QString *error, mode_t newFileMode) const
+bool IniFile::save(const QString &path, QString *error, FileAccess access, bool *narrowed) const
 {
-    return writeFileAtomically(path, text(), error, newFileMode);
+    return writeFileAtomically(path, text(), error, access, narrowed);
 }
 
 const IniFile::Section *IniFile::find(const QByteArray &section) const
@@ -255,7 +267,7 @@ void IniFile::setValue(const QByteArray &section, const QByteArray &key, const Q
 {
     Section &s = findOrAppend(withoutControlCharacters(section));
     // One key, one line, whatever the value holds.
-    const QByteArray line = withoutControlCharacters(key.trimmed() + '=' + value);
+    const QByteArray line = withoutControlCharacters(key.trimmed()) + '=' + quotedIfNeeded(withoutControlCharacters(value));
     const QByteArray lowerKey = lookupName(key);
     const auto it = s.keys.constFind(lowerKey);
     if (it != s.keys.cend()) {

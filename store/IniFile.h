@@ -6,6 +6,8 @@
 // the file. Lines are written with CR LF; CR LF and LF are both read.
 #pragma once
 
+#include "FileWrite.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QString>
@@ -28,10 +30,10 @@ public:
     bool load(const QString &path);
     void parse(const QByteArray &text);
     QByteArray text() const;
-    // Writes the whole text once, atomically. On failure the old file stays
-    // whole and `error` says why.
-    // A new file gets `newFileMode`; an existing one keeps its mode.
-    bool save(const QString &path, QString *error = nullptr, mode_t newFileMode = 0644) const;
+    // Writes the whole text once, atomically (see writeFileAtomically). On
+    // failure the old file stays whole and `error` says why.
+    bool save(const QString &path, QString *error = nullptr, FileAccess access = FileAccess::Shared,
+              bool *narrowed = nullptr) const;
 
     std::optional<QByteArray> value(const QByteArray &section, const QByteArray &key) const;
     // The value cut to capacity - 1 bytes, or `fallback` when the key is absent.

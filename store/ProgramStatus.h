@@ -21,6 +21,9 @@ public:
     void set(const QString &text);
     bool showsError() const { return text_.contains(QLatin1String("ERROR")); }
     void report(MessageIcon icon, const QString &text) { emit message(icon, text); }
+    // Something worth a line in the program's own log (standard error, the
+    // journal of a service), not worth interrupting the operator for.
+    void note(const QString &text) { emit noted(text); }
 
     // Set once closing is confirmed: no query starts after it.
     int ShuttingDown = 0;
@@ -30,6 +33,7 @@ public:
 signals:
     void changed(const QString &status);
     void message(cz::MessageIcon icon, const QString &text);
+    void noted(const QString &text);
 
 private:
     QString text_;

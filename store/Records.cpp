@@ -114,6 +114,15 @@ QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName,
     return folder + '/' + deviceName + "-Probe" + number + "-(" + safeName + ")." + extension;
 }
 
+QByteArray renamedProbeFilePath(const QByteArray &path, const QByteArray &oldName, const QByteArray &newName)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    const QByteArray file = path.mid(slash + 1);
+    if (oldName.isEmpty() || !file.startsWith(oldName + "-Probe"))
+        return path;
+    return path.left(slash + 1) + newName + file.mid(oldName.size());
+}
+
 std::unique_ptr<DeviceRecord> newDeviceRecord(const QByteArray &dataFolder, const QByteArray &name,
                                               const QByteArray &model, int port, int probeCount)
 {

@@ -182,6 +182,9 @@ struct DeviceFields : ChangeMasks {
 };
 
 struct DeviceRecord : DeviceFields {
+    // Given by the store when the device is loaded or added, never reused:
+    // work that outlives a device (a history being read) finds it by this.
+    std::uint64_t id = 0;
     // Probe 1 is element 0; entries from ProbeCount on are null.
     std::array<std::unique_ptr<ProbeRecord>, kMaxProbes> Probes;
 
@@ -210,6 +213,11 @@ std::unique_ptr<DeviceRecord> workingCopy(const DeviceRecord &device);
 // "%s/Data/%s-Probe%02d-(%s).csv" and the matching ".log" path in "Logs".
 QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName, int probeNumber,
                          const QByteArray &probeName, const char *extension);
+
+// `path` with the device-name part of its file name ("<device>-Probe...")
+// changed from `oldName` to `newName`; the folders, and a file named any
+// other way, stay as they are.
+QByteArray renamedProbeFilePath(const QByteArray &path, const QByteArray &oldName, const QByteArray &newName);
 
 // A device at 127.0.0.1 with `probeCount` enabled temperature probes named
 // "Probe 1"..., logging on, its probe files in the data folder's "Logs" and

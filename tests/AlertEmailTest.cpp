@@ -349,10 +349,17 @@ TEST(AlertEmail, TheScriptAndTheWorkingFilesAreTheOwnersAlone)
     f.mailingProbe(d, server.port());
     d.probe(0)->EmailSMTPUser = "alarm";
     d.probe(0)->EmailSMTPPass = "s3cret";
+    // A script left readable by others, as an older program wrote it.
+    writeFile(f.path("alarm_email.sh"), "#!/bin/sh\n");
+    ::chmod(f.path("alarm_email.sh").constData(), 0644);
+    QStringList notes;
+    QObject::connect(&f.status, &ProgramStatus::noted, [&](const QString &text) { notes << text; });
     f.tick();
     f.clock.advance(5);
     f.tick();
     ASSERT_TRUE(f.queueDone());
+    EXPECT_EQ(notes.size(), 1);
+    EXPECT_TRUE(notes.value(0).contains("alarm_email.sh\" could be read by other users"));
     for (const char *name : {"alarm_email.sh", "email_body.tmp", "email_recipients.tmp"}) {
         struct stat st {};
         ASSERT_EQ(::stat(f.path(name).constData(), &st), 0) << name;

@@ -156,20 +156,35 @@ TEST(FileSafety, AFullDiskStopsNeitherMonitoringNorTheShutdownAndDamagesNoFile)
     sim.waitForFinished();
 }
 
-TEST(FileSafety, FilesThatCanHoldAPasswordAreTheOwnersAloneAndASaveKeepsAFilesMode)
+TEST(FileSafety, FilesThatCanHoldAPasswordAreTheOwnersAloneEvenIfTheyWereNot)
 {
     DataFolderFixture f;
+    QStringList notes;
+    QObject::connect(&f.status, &ProgramStatus::noted, [&](const QString &text) { notes << text; });
     writeDevices(f, 2);
     EXPECT_EQ(modeOf(f.path("Devices/Device 1.ini")), 0600u);
     EXPECT_EQ(modeOf(f.path("Corvanta Zephtra.ini")), 0644u);
+    EXPECT_TRUE(notes.isEmpty());
 
+    // A device file someone made readable to the group: the next save takes
+    // that back, and says so once.
     ::chmod(f.path("Devices/Device 2.ini").constData(), 0640);
     DeviceRecord *d = f.store().deviceForUpdate(1);
-    d->QueryInterval = 45;
-    d->markChanged(DeviceBit::QueryInterval);
-    ASSERT_TRUE(f.store().writeDeviceFile(1, false));
-    EXPECT_EQ(modeOf(f.path("Devices/Device 2.ini")), 0640u);
-    EXPECT_TRUE(readFile(f.path("Devices/Device 2.ini")).contains("QueryInterval=45\r\n"));
+    for (int interval : {45, 50}) {
+        d->QueryInterval = interval;
+        d->markChanged(DeviceBit::QueryInterval);
+        ASSERT_TRUE(f.store().writeDeviceFile(1, false));
+    }
+    EXPECT_EQ(modeOf(f.path("Devices/Device 2.ini")), 0600u);
+    EXPECT_TRUE(readFile(f.path("Devices/Device 2.ini")).contains("QueryInterval=50\r\n"));
+    EXPECT_EQ(notes, QStringList{"\"" + QString::fromUtf8(f.path("Devices/Device 2.ini")) +
+                                 "\" could be read by other users; as it can hold passwords, it is now readable by its "
+                                 "owner only."});
+
+    // A file that holds no password keeps the mode it was given.
+    ::chmod(f.path("Corvanta Zephtra.ini").constData(), 0664);
+    ASSERT_TRUE(f.store().writeProgramSettings());
+    EXPECT_EQ(modeOf(f.path("Corvanta Zephtra.ini")), 0664u);
 }
 
 // A probe name as a device's "/config" page could send it.

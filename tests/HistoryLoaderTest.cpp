@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 namespace cz::test {
 
 namespace {
@@ -143,6 +145,59 @@ TEST(HistoryReload, SamplesTakenWhileLoadingFollowTheLoadedOnesAndBadLinesAreSki
     EXPECT_EQ(v.at(TimeHistory::kNewest - 2), kNoValue);
     EXPECT_EQ(v.at(TimeHistory::kNewest - 3), 71.5);
     EXPECT_EQ(d.Times.at(TimeHistory::kNewest - 3), job.before - 100);
+}
+
+// A damaged data file of 4 GB (all but its last lines a hole of zeros)
+// costs what a good one costs: only its end is read.
+TEST(HistoryReload, AHugeDamagedFileIsReadOnlyAsFarAsAHistoryReaches)
+{
+    DataFolderFixture f;
+    f.store().readProgramSettings();
+    const QByteArray path = f.store().folder().data() + "/Dev-Probe01-(P1).csv";
+    {
+        QFile file(QFile::decodeName(path));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_TRUE(file.resize(4ll * 1024 * 1024 * 1024));
+        ASSERT_TRUE(file.seek(file.size()));
+        file.write("\r\n11-14-26,10:00:00,71.5\r\n11-14-26,10:00:30,72.0\r\n");
+    }
+    HistoryJob job;
+    job.dataFolder = f.store().folder().data();
+    job.interval = 30;
+    job.probeCount = 1;
+    job.fileNames[0] = "Dev-Probe01-(P1).csv";
+    job.before = double(QDateTime(QDate(2026, 11, 14), QTime(10, 1, 0)).toSecsSinceEpoch());
+    rusage before{}, after{};
+    ::getrusage(RUSAGE_SELF, &before);
+    auto loaded = readDeviceHistory(job);
+    ::getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "kB";
+    EXPECT_EQ(loaded->linesRead, 2);
+    EXPECT_EQ(loaded->values[0].at(TimeHistory::kNewest), 72.0);
+    EXPECT_EQ(loaded->values[0].at(TimeHistory::kNewest - 1), 71.5);
+}
+
+// A device deleted while its files are read, and another added in its
+// place (its record may well take the same memory): the history read for
+// the first never reaches the second.
+TEST(HistoryReload, AHistoryReadForADeletedDeviceGoesToNoOtherDevice)
+{
+    DataFolderFixture f;
+    DeviceStore &store = f.store();
+    store.readProgramSettings();
+    writeFile(store.folder().data() + "/Old-Probe01-(P1).csv", "11-14-26,13:00:00,71.5\r\n11-14-26,13:00:30,72.0\r\n");
+    for (int round = 0; round < 20; ++round) {
+        addDevice(store, "Old", "Model R4", 80, {ProbeType::Temperature});
+        HistoryLoader loader(store);
+        bool done = false;
+        QObject::connect(&loader, &HistoryLoader::finished, [&] { done = true; });
+        loader.start(double(f.clock.now()));
+        store.deleteDevice(0);
+        addDevice(store, "New", "Model R4", 80, {ProbeType::Temperature});
+        ASSERT_TRUE(waitUntil([&] { return done; }));
+        EXPECT_EQ(store.device(0)->Times.samplesWritten(), 0u) << "round " << round;
+        store.deleteDevice(0);
+    }
 }
 
 } // namespace cz::test

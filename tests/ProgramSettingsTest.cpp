@@ -87,6 +87,8 @@ TEST(ProgramSettings, AFolderThatCannotBeMadeIsReportedAndReadingGoesOn)
     DataFolderFixture f;
     writeFile(f.path("Logs"), "a file where the folder should be");
     writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Lab\r\n");
+    QDir().mkpath(QFile::decodeName(f.path("Devices")));
+    writeFile(f.path("Devices/Lab.ini"), "[Device]\r\nDeviceName=Lab\r\n");
     f.store().readProgramSettings();
     EXPECT_EQ(f.messages, QStringList{"The installation of Corvanta Zephtra is incomplete (log dir).\n"
                                       " Please contact Varnholt Technical Support."});

@@ -6,6 +6,7 @@
 #include "QueryCycle.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QThread>
 
@@ -113,13 +114,16 @@ TEST(DeviceQuery, OnlyDueDevicesAreQueriedAndEachIsStampedWhenItsQueryBegins)
     CycleFixture f;
     DeviceRecord &a = f.addSimulated(simDevice("Model R4", {70}), {T});
     DeviceRecord &b = f.addSimulated(simDevice("Model R4", {70}), {T});
-    b.LastContactTimeVal = f.clock.now() - 10;
+    a.QueryInterval = 10;
     b.QueryInterval = 30;
+    f.tick();
+    f.clock.advance(10);
     f.tick();
     EXPECT_EQ(a.LastContactTimeVal, f.clock.now());
     EXPECT_TRUE(a.ShownChanges & DeviceBit::LastContactTimeVal);
     EXPECT_EQ(b.LastContactTimeVal, f.clock.now() - 10);
-    EXPECT_TRUE(f.sim.requests(1).isEmpty());
+    EXPECT_EQ(f.sim.requests(0).size(), 2);
+    EXPECT_EQ(f.sim.requests(1).size(), 1);
 }
 
 TEST(DeviceQuery, IntervalsOfFiveAndSixtySecondsOverOneMinute)
@@ -182,7 +186,7 @@ TEST(DeviceQuery, BareBodiesTruncatedResetAndNulRepliesAreReadAsFarAsTheyGo)
     EXPECT_TRUE(f.applied.contains(5));
 }
 
-TEST(DeviceQuery, AReplyThatDoesNotParseCountsAFailureAndTheQueryFailureAlertNeedsAThresholdBelowOne)
+TEST(DeviceQuery, AReplyThatDoesNotParseIsAFailedQuery)
 {
     CycleFixture f;
     DeviceRecord &broken = f.addSimulated(simDevice("Model R4", {70, 71}, "Broken"), {T, T});
@@ -192,14 +196,94 @@ TEST(DeviceQuery, AReplyThatDoesNotParseCountsAFailureAndTheQueryFailureAlertNee
     EXPECT_EQ(f.status.text(), "ERROR: query failed for Broken");
     EXPECT_EQ(f.applied, QList<int>{1});
     EXPECT_EQ(broken.QueryFailureCount, 1);
-    EXPECT_TRUE(f.alerts.isEmpty()); // the threshold (3) is never reached from here
-    // A reply that parsed counts as answered: its sample is not a gap.
+    EXPECT_TRUE(f.alerts.isEmpty()); // one failed query of the three the alert waits for
+    // A reply that arrived counts as answered for the chart: its sample is not a gap.
     EXPECT_TRUE(f.finished.contains("0:1"));
+}
 
-    broken.QueryFailThreshold = 0;
+// --- The query-failure alert ------------------------------------------------
+
+TEST(DeviceQuery, ADeviceThatStopsAnsweringRaisesTheAlertOnceAndIsToldBackWhenItAnswers)
+{
+    CycleFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}, "Lab"), {T});
+    d.QueryInterval = 30;
+    d.QueryFailThreshold = 3;
+    QStringList back;
+    QObject::connect(&f.cycle, &QueryCycle::deviceAnswersAgain, [&](int slot, int failed, qint64 silent) {
+        back.append(QStringLiteral("%1:%2:%3").arg(slot).arg(failed).arg(silent));
+    });
+    f.tick(); // answers
+    f.sim.setFault(0, Fault::Refuse);
+    for (int query = 1; query <= 6; ++query) {
+        f.clock.advance(30);
+        f.tick();
+        EXPECT_EQ(d.QueryFailureCount, query);
+        EXPECT_EQ(f.alerts.size(), query >= 3 ? 1 : 0) << "failed query " << query;
+    }
+    EXPECT_TRUE(f.statuses.contains("ERROR: Lab did not answer 3 queries in a row"));
+    EXPECT_EQ(f.cycle.stats(0).failureAlerts, 1u);
+
+    f.sim.setFault(0, Fault::None);
     f.clock.advance(30);
     f.tick();
+    // Silent from its last answer to this one: 7 intervals.
+    EXPECT_EQ(back, QStringList{"0:6:210"});
+    EXPECT_EQ(d.QueryFailureCount, 0);
+    EXPECT_EQ(f.status.text(), "Status: Lab answers again after 6 failed queries");
+    EXPECT_TRUE(f.errorLog().endsWith(
+        "11-14-26 13:08:39: The device Lab answers again after 6 failed queries; it did not answer for 3 minutes "
+        "30 seconds.\r\n"));
+
+    // A later outage is a new one: one more alert.
+    f.sim.setFault(0, Fault::Refuse);
+    for (int query = 1; query <= 3; ++query) {
+        f.clock.advance(30);
+        f.tick();
+    }
+    EXPECT_EQ(f.alerts, (QList<int>{0, 0}));
+}
+
+TEST(DeviceQuery, AGarbageReplyCountsLikeSilenceAndABlipBelowTheThresholdTellsNobody)
+{
+    CycleFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70, 71}, "Lab"), {T, T});
+    d.QueryInterval = 5;
+    d.QueryFailThreshold = 2;
+    int back = 0;
+    QObject::connect(&f.cycle, &QueryCycle::deviceAnswersAgain, [&] { ++back; });
+    f.sim.setFault(0, Fault::Refuse);
+    f.tick();
+    f.sim.setFault(0, Fault::None);
+    f.clock.advance(5);
+    f.tick();
+    EXPECT_TRUE(f.alerts.isEmpty());
+    EXPECT_EQ(back, 0);
+    EXPECT_EQ(d.QueryFailureCount, 0);
+
+    f.sim.setFault(0, Fault::Garbage);
+    f.clock.advance(5);
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
     EXPECT_EQ(f.alerts, QList<int>{0});
+}
+
+TEST(DeviceQuery, AThresholdOfZeroOrLessActsAsOne)
+{
+    CycleFixture f;
+    DeviceRecord &zero = f.addSimulated(simDevice("Model R4", {70}, "Zero"), {T});
+    DeviceRecord &negative = f.addSimulated(simDevice("Model R4", {70}, "Negative"), {T});
+    zero.QueryFailThreshold = 0;
+    negative.QueryFailThreshold = -5;
+    f.sim.setFault(0, Fault::Refuse);
+    f.sim.setFault(1, Fault::Refuse);
+    f.tick();
+    std::sort(f.alerts.begin(), f.alerts.end());
+    EXPECT_EQ(f.alerts, (QList<int>{0, 1}));
+    f.clock.advance(30);
+    f.tick();
+    EXPECT_EQ(f.alerts.size(), 2);
 }
 
 // --- Failed attempts -------------------------------------------------------
@@ -333,6 +417,37 @@ TEST(DeviceQuery, SilentAndTricklingDevicesHoldBackNoOtherDevice)
         EXPECT_GE(queries, 1);
         EXPECT_LE(f.sim.requests(bad).size(), 3 * (queries + 1));
     }
+}
+
+TEST(DeviceQuery, PollingFollowsTheMonotonicClockWhateverIsDoneToTheWallClock)
+{
+    CycleFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}), {T});
+    d.QueryInterval = 5;
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+    EXPECT_EQ(f.sim.requests(0).size(), 2);
+
+    // The wall clock is set back an hour: polling goes on at its interval,
+    // and the last contact shows the wall clock's time.
+    f.clock.stepWall(-3600);
+    for (int second = 0; second < 10; ++second) {
+        f.clock.advance(1);
+        f.tick();
+    }
+    EXPECT_EQ(f.sim.requests(0).size(), 4);
+    EXPECT_EQ(d.LastContactTimeVal, f.clock.now());
+
+    // Set forward a day: no burst of queries to catch up.
+    f.clock.stepWall(86400 + 3600);
+    f.tick();
+    EXPECT_EQ(f.sim.requests(0).size(), 4);
+    for (int second = 0; second < 30; ++second) {
+        f.clock.advance(1);
+        f.tick();
+    }
+    EXPECT_EQ(f.sim.requests(0).size(), 10);
 }
 
 TEST(DeviceQuery, ASlowDeviceIsNotAskedAgainWhileItsQueryRuns)
@@ -568,12 +683,46 @@ TEST(DeviceQuery, AMisbehavingDeviceDoesNotStopTheOthers)
     EXPECT_EQ(f.status.text(), "Status: monitoring devices...");
     EXPECT_TRUE(f.statuses.contains("ERROR: query failed for Bad"));
     EXPECT_TRUE(f.statuses.contains("ERROR: device query failed (attempt #3, check error log..."));
-    // Each refused or unanswered query logged its three attempts.
+    // Each refused or unanswered query logged its three attempts, and its
+    // coming back after the outage was logged once.
     const QByteArray errors = readFile(f.store().folder().internetErrorLog());
     const int refusedQueries = 20 / 5, hungQueries = 1;
-    EXPECT_EQ(errors.count("\r\n"), 3 * (refusedQueries + hungQueries)) << errors.constData();
+    EXPECT_EQ(errors.count("\r\n"), 3 * (refusedQueries + hungQueries) + 1) << errors.constData();
+    EXPECT_EQ(errors.count("The device Bad answers again after "), 1) << errors.constData();
 
     // Histories hold one sample per query, no more.
     EXPECT_EQ(f.store().device(0)->Times.samplesWritten(), std::uint64_t(f.sim.requests(0).size()));
     EXPECT_EQ(after.Times.samplesWritten(), std::uint64_t(f.sim.requests(2).size()));
+}
+
+// --- After 2038 ----------------------------------------------------------------
+
+TEST(DeviceQuery, AfterJanuary2038TimesAreStampedSavedAndReadBackWhole)
+{
+    CycleFixture f;
+    const std::int64_t t2040 = QDateTime(QDate(2040, 6, 1), QTime(12, 0), Qt::UTC).toSecsSinceEpoch();
+    ASSERT_GT(t2040, std::int64_t(std::numeric_limits<std::int32_t>::max()));
+    f.clock.set(t2040);
+    f.store().currentDateText = dateText(t2040);
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95}, "Lab"), {T});
+    d.QueryInterval = 30;
+    CycleFixture::alarmAt85(*d.probe(0));
+    f.tick();
+    f.clock.advance(30);
+    f.tick();
+    EXPECT_EQ(f.sim.requests(0).size(), 2);
+    EXPECT_EQ(d.LastContactTimeVal, t2040 + 30);
+    EXPECT_EQ(d.probe(0)->LastAlarmSetTimeVal, t2040 + 30);
+    EXPECT_EQ(f.actions.emails, 1);
+    EXPECT_EQ(readFile(d.probe(0)->DataLogFile.bytes()), "06-01-40,12:00:00,95.0\r\n06-01-40,12:00:30,95.0\r\n");
+    EXPECT_EQ(d.Times.at(TimeHistory::kNewest), double(t2040 + 30));
+
+    ASSERT_TRUE(f.store().writeDeviceFile(0, true));
+    ASSERT_TRUE(f.store().writeDevicesSection());
+    const QByteArray file = readFile(f.store().folder().deviceFile("Lab"));
+    EXPECT_TRUE(file.contains("\r\nLastAlarmSetTimeVal=" + QByteArray::number(t2040 + 30) + "\r\n"));
+    DeviceStore &store = f.restart();
+    store.readProgramSettings();
+    ASSERT_EQ(store.deviceCount(), 1);
+    EXPECT_EQ(store.device(0)->probe(0)->HighestTempTimeVal, t2040 + 30);
 }

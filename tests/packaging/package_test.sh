@@ -75,8 +75,40 @@ systemd-analyze verify /lib/systemd/system/corvanta-zephtra.service
 mkdir -m 700 "$tmp/runtime"
 XDG_RUNTIME_DIR="$tmp/runtime" systemd-analyze --user verify /usr/lib/systemd/user/corvanta-zephtra.service
 
+step "service"
+unit=/lib/systemd/system/corvanta-zephtra.service
+grep -qx 'After=network-online.target time-sync.target' $unit || fail "the service does not wait for the network and the clock"
+grep -qx 'Wants=network-online.target time-sync.target' $unit || fail "the service does not pull in network-online and time-sync"
+for line in LimitNOFILE=65536 ProtectProc=invisible ProcSubset=pid; do
+    grep -qx "$line" $unit || fail "the service lacks $line"
+done
+# The maintainer scripts, run where systemd is taken to be running, with
+# systemd's helpers recorded instead of run.
+dpkg-deb -e "$deb" "$tmp/control"
+mkdir -p "$tmp/fake/bin" "$tmp/fake/run"
+for helper in deb-systemd-invoke deb-systemd-helper systemctl; do
+    printf '#!/bin/sh\necho "%s $*" >>"%s"\n' "$helper" "$tmp/fake/calls" >"$tmp/fake/bin/$helper"
+    chmod +x "$tmp/fake/bin/$helper"
+done
+for script in postinst prerm postrm; do
+    sed -e "s|/run/systemd/system|$tmp/fake/run|g" \
+        "$tmp/control/$script" >"$tmp/fake/$script"
+done
+run_script() { : >"$tmp/fake/calls"; PATH="$tmp/fake/bin:$PATH" sh "$tmp/fake/$1" "$2"; cat "$tmp/fake/calls"; }
+run_script prerm upgrade | grep -q . && fail "an upgrade stops or disables the service"
+run_script prerm remove >"$tmp/calls"
+grep -qx 'deb-systemd-invoke stop corvanta-zephtra.service' "$tmp/calls" || fail "removing the package does not stop the service"
+grep -qx 'deb-systemd-helper disable corvanta-zephtra.service' "$tmp/calls" || fail "removing the package does not disable the service"
+run_script postrm remove | grep -qx 'systemctl --system daemon-reload' || fail "removing the package does not reload systemd"
+run_script postinst configure | grep -qx 'systemctl --system daemon-reload' || fail "installing the package does not reload systemd"
+# Enabled before the removal, disabled after it.
+$SUDO env DPKG_MAINTSCRIPT_PACKAGE=corvanta-zephtra DPKG_MAINTSCRIPT_NAME=postinst deb-systemd-helper enable corvanta-zephtra.service
+[ -L /etc/systemd/system/multi-user.target.wants/corvanta-zephtra.service ] || fail "the service could not be enabled"
+
 step "remove"
 dpkg -L corvanta-zephtra >"$tmp/installed"
+DEBIAN_FRONTEND=noninteractive $SUDO apt-get remove -y -qq corvanta-zephtra >/dev/null
+[ ! -e /etc/systemd/system/multi-user.target.wants/corvanta-zephtra.service ] || fail "the service is still enabled after removal"
 DEBIAN_FRONTEND=noninteractive $SUDO apt-get purge -y -qq corvanta-zephtra >/dev/null
 ! dpkg-query -W -f='${Status}' corvanta-zephtra 2>/dev/null | grep -q installed || fail "still installed after purge"
 while read -r f; do

@@ -470,7 +470,8 @@ TEST(AlertOptions, QuotesProgramsOnOpeningAndGreysTheDialerWhenTheDeviceHasNone)
         QTest::mouseClick(d.updateButton, Qt::LeftButton);
     });
     const QByteArray file = deviceFile(f, "Server Room");
-    EXPECT_TRUE(file.contains("ProgramCaution=\"/opt/alert tools/notify\"\r\n")) << file.constData();
+    // Quoted once more in the file, so that its own quotes come back on reading.
+    EXPECT_TRUE(file.contains("ProgramCaution=\"\"/opt/alert tools/notify\"\"\r\n")) << file.constData();
     EXPECT_TRUE(file.contains("RunProgramCaution=1\r\n"));
     const QByteArray log = readFile(f.store().device(0)->probe(0)->LogFile.bytes());
     EXPECT_TRUE(log.contains("ProgramCaution saved as \"\"/opt/alert tools/notify\"\"\r\n")) << log.constData();

@@ -43,14 +43,21 @@ int distance(QRgb a, QRgb b)
     return dr * dr + dg * dg + db * db;
 }
 
+// giflib's writer appends to the QByteArray it was opened with.
+int appendGifBytes(GifFileType *gif, const GifByteType *data, int length)
+{
+    static_cast<QByteArray *>(gif->UserData)->append(reinterpret_cast<const char *>(data), length);
+    return length;
+}
+
 } // namespace
 
-bool writeGif(const QImage &source, const QString &path, const QList<QRgb> &keep)
+QByteArray encodeGif(const QImage &source, const QList<QRgb> &keep)
 {
     const QImage image = source.convertToFormat(QImage::Format_RGB32);
     const int w = image.width(), h = image.height();
     if (w <= 0 || h <= 0)
-        return false;
+        return {};
     // The palette: the 256 most used colours (the plot's lines, text and
     // backgrounds); smoothing shades go to their nearest entry.
     QHash<QRgb, int> counts;
@@ -107,11 +114,11 @@ bool writeGif(const QImage &source, const QString &path, const QList<QRgb> &keep
             rows[std::size_t(y)][std::size_t(x)] = GifByteType(nearest(line[x] & 0xFFFFFF));
     }
 
-    const QString temporary = path + QStringLiteral(".part");
+    QByteArray bytes;
     int error = 0;
-    GifFileType *gif = EGifOpenFileName(QFile::encodeName(temporary).constData(), false, &error);
+    GifFileType *gif = EGifOpen(&bytes, &appendGifBytes, &error);
     if (!gif)
-        return false;
+        return {};
     ColorMapObject *map = GifMakeMapObject(256, palette.data());
     bool ok = map && EGifPutScreenDesc(gif, w, h, 8, 0, map) == GIF_OK &&
               EGifPutImageDesc(gif, 0, 0, w, h, false, nullptr) == GIF_OK;
@@ -119,12 +126,7 @@ bool writeGif(const QImage &source, const QString &path, const QList<QRgb> &keep
         ok = EGifPutLine(gif, rows[std::size_t(y)].data(), w) == GIF_OK;
     GifFreeMapObject(map);
     ok = EGifCloseFile(gif, &error) == GIF_OK && ok;
-    if (!ok || !QFile::exists(temporary)) {
-        QFile::remove(temporary);
-        return false;
-    }
-    QFile::remove(path);
-    return QFile::rename(temporary, path);
+    return ok ? bytes : QByteArray();
 }
 
 bool writeChartCsv(const DeviceRecord &device, int first, int last, double now, const QString &path)

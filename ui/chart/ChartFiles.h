@@ -18,8 +18,8 @@ QStringList chartFileFilters();
 QString chartFileFormat(const QString &path);
 // A GIF of at most 256 colours: the colours in `keep` (the series colours)
 // and the image's most used others, every other pixel in the nearest of
-// them. False when the file cannot be written.
-bool writeGif(const QImage &image, const QString &path, const QList<QRgb> &keep = {});
+// them; the file's bytes, empty when it cannot be encoded.
+QByteArray encodeGif(const QImage &image, const QList<QRgb> &keep = {});
 // "Date,Time" and one column per probe, one line per visible sample
 // (history indexes first + 1 .. last), the values as the data files write
 // them, empty where a probe has none. Written whole or not at all.

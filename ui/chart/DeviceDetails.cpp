@@ -670,18 +670,21 @@ bool CDeviceDetails::saveTo(const QString &requested)
     bool ok = false;
     if (format == QLatin1String("csv")) {
         ok = writeChartCsv(device_, view_.first, view_.last, now(), path);
-    } else if (format == QLatin1String("gif")) {
-        QList<QRgb> keep;
-        for (const Series &s : series_)
-            keep << s.line->pen().color().rgb();
-        ok = writeGif(chartImage(), path, keep);
     } else {
+        // Every picture is encoded in memory and written in one go.
         QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
+        if (format == QLatin1String("gif")) {
+            QList<QRgb> keep;
+            for (const Series &s : series_)
+                keep << s.line->pen().color().rgb();
+            bytes = encodeGif(chartImage(), keep);
+        } else {
+            QBuffer buffer(&bytes);
+            buffer.open(QIODevice::WriteOnly);
+            chartImage().save(&buffer, format.toLatin1().constData(), format == QLatin1String("jpg") ? 92 : -1);
+        }
         QString error;
-        ok = chartImage().save(&buffer, format.toLatin1().constData(), format == QLatin1String("jpg") ? 92 : -1) &&
-             writeFileAtomically(path, bytes, &error);
+        ok = !bytes.isEmpty() && writeFileAtomically(path, bytes, &error);
     }
     if (!ok)
         context_.prompter.tell(this, MessageIcon::Error,
