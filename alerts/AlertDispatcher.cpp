@@ -1,14 +1,14 @@
-#include "AlertDispatcher.h"
+#include "alerts/AlertDispatcher.h"
 
-#include "AlertProgram.h"
-#include "ProbeAlertEmail.h"
-#include "QueryFailureEmail.h"
-#include "SoundPlayer.h"
+#include "alerts/AlertProgram.h"
+#include "alerts/ProbeAlertEmail.h"
+#include "alerts/QueryFailureEmail.h"
+#include "alerts/SoundPlayer.h"
 
 namespace cz {
 
-AlertDispatcher::AlertDispatcher(DeviceStore &app, SoundPlayer &sound)
-    : app_(app), sound_(sound), queue_(app), dialer_(app)
+AlertDispatcher::AlertDispatcher(DeviceStore &store, SoundPlayer &sound)
+    : store_(store), sound_(sound), queue_(store), dialer_(store)
 {
 }
 
@@ -17,29 +17,29 @@ void AlertDispatcher::playSound(DeviceStore &, const QByteArray &file)
     sound_.play(file);
 }
 
-void AlertDispatcher::sendAlarmEmail(DeviceStore &app, int slot, int probeIndex, double threshold)
+void AlertDispatcher::sendAlarmEmail(DeviceStore &store, int slot, int probeIndex, double threshold)
 {
-    SendProbeAlertEmail(app, queue_, slot, probeIndex, threshold);
+    sendProbeAlertEmail(store, queue_, slot, probeIndex, threshold);
 }
 
 void AlertDispatcher::triggerVoiceDialer(DeviceStore &, int slot, int test)
 {
-    dialer_.TriggerVoiceDialer(slot, test);
+    dialer_.trigger(slot, test);
 }
 
-void AlertDispatcher::runAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &program)
+void AlertDispatcher::runAlertProgram(DeviceStore &store, int slot, int probeIndex, const QByteArray &program)
 {
-    RunAlertProgram(app, slot, probeIndex, program);
+    cz::runAlertProgram(store, slot, probeIndex, program);
 }
 
 void AlertDispatcher::sendQueryFailureEmail(int slot)
 {
-    SendQueryFailureEmail(app_, queue_, slot);
+    cz::sendQueryFailureEmail(store_, queue_, slot);
 }
 
 void AlertDispatcher::sendQueryResolvedEmail(int slot, int failedQueries, qint64 silentSeconds)
 {
-    SendQueryResolvedEmail(app_, queue_, slot, failedQueries, silentSeconds);
+    cz::sendQueryResolvedEmail(store_, queue_, slot, failedQueries, silentSeconds);
 }
 
 } // namespace cz

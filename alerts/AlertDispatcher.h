@@ -3,9 +3,9 @@
 // query-failure e-mail.
 #pragma once
 
-#include "AlertActions.h"
-#include "EmailQueue.h"
-#include "VoiceDialer.h"
+#include "monitor/AlertActions.h"
+#include "alerts/EmailQueue.h"
+#include "alerts/VoiceDialer.h"
 
 namespace cz {
 
@@ -13,12 +13,12 @@ class SoundPlayer;
 
 class AlertDispatcher final : public AlertActions {
 public:
-    AlertDispatcher(DeviceStore &app, SoundPlayer &sound);
+    AlertDispatcher(DeviceStore &store, SoundPlayer &sound);
 
-    void playSound(DeviceStore &app, const QByteArray &file) override;
-    void sendAlarmEmail(DeviceStore &app, int slot, int probeIndex, double threshold) override;
-    void triggerVoiceDialer(DeviceStore &app, int slot, int test) override;
-    void runAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &program) override;
+    void playSound(DeviceStore &store, const QByteArray &file) override;
+    void sendAlarmEmail(DeviceStore &store, int slot, int probeIndex, double threshold) override;
+    void triggerVoiceDialer(DeviceStore &store, int slot, int test) override;
+    void runAlertProgram(DeviceStore &store, int slot, int probeIndex, const QByteArray &program) override;
     void sendQueryFailureEmail(int slot);
     void sendQueryResolvedEmail(int slot, int failedQueries, qint64 silentSeconds);
 
@@ -27,7 +27,7 @@ public:
     VoiceDialer &dialer() { return dialer_; }
 
 private:
-    DeviceStore &app_;
+    DeviceStore &store_;
     SoundPlayer &sound_;
     EmailQueue queue_;
     VoiceDialer dialer_;

@@ -1,8 +1,8 @@
-#include "AlertProgram.h"
+#include "alerts/AlertProgram.h"
 
-#include "DeviceStore.h"
-#include "ProbeLog.h"
-#include "Spawn.h"
+#include "store/DeviceStore.h"
+#include "store/ProbeLog.h"
+#include "alerts/Spawn.h"
 
 namespace cz {
 
@@ -76,9 +76,9 @@ ProgramCommand parseProgramCommand(const QByteArray &command)
     return c;
 }
 
-void RunAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &command)
+void runAlertProgram(DeviceStore &store, int slot, int probeIndex, const QByteArray &command)
 {
-    const DeviceRecord *d = app.device(slot);
+    const DeviceRecord *d = store.device(slot);
     const ProbeRecord *p = d ? d->probe(probeIndex) : nullptr;
     if (!p)
         return;
@@ -87,12 +87,12 @@ void RunAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArra
                             QByteArray::number(probeIndex) + " failed.";
     if (!program.valid) {
         if (d->LoggingEnabled)
-            app.probeLog().appendProbeLog(p->LogFile.bytes(), what + " (invalid path format)");
+            store.probeLog().appendProbeLog(p->LogFile.bytes(), what + " (invalid path format)");
         return;
     }
     const int error = spawnDetached({program.path, program.arguments, {}, false});
     if (error && d->LoggingEnabled)
-        app.probeLog().appendProbeLog(p->LogFile.bytes(), what + " Reason: " + QByteArray::number(error));
+        store.probeLog().appendProbeLog(p->LogFile.bytes(), what + " Reason: " + QByteArray::number(error));
 }
 
 } // namespace cz

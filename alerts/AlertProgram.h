@@ -21,6 +21,6 @@ ProgramCommand parseProgramCommand(const QByteArray &command);
 
 // Starts the program detached; a failure is logged to the probe's log when
 // the device logs.
-void RunAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &command);
+void runAlertProgram(DeviceStore &store, int slot, int probeIndex, const QByteArray &command);
 
 } // namespace cz

@@ -1,9 +1,9 @@
-#include "EmailQueue.h"
+#include "alerts/EmailQueue.h"
 
-#include "DeviceStore.h"
-#include "FileWrite.h"
-#include "LogFiles.h"
-#include "Spawn.h"
+#include "store/DeviceStore.h"
+#include "store/FileWrite.h"
+#include "store/LogFiles.h"
+#include "alerts/Spawn.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -56,7 +56,7 @@ QByteArray shellErrorMessage(int error)
     }
 }
 
-EmailQueue::EmailQueue(DeviceStore &app, QObject *parent) : QObject(parent), app_(app)
+EmailQueue::EmailQueue(DeviceStore &store, QObject *parent) : QObject(parent), store_(store)
 {
     wait_.setSingleShot(true);
     connect(&wait_, &QTimer::timeout, this, &EmailQueue::waited);
@@ -92,7 +92,7 @@ void EmailQueue::waited()
 
 void EmailQueue::logEmailError(const QByteArray &line)
 {
-    AppendErrorLog(app_.clock(), app_.folder().emailErrorLog(), line);
+    appendErrorLog(store_.clock(), store_.folder().emailErrorLog(), line);
 }
 
 int EmailQueue::drain(int ms)
@@ -114,8 +114,8 @@ void EmailQueue::finishCurrent()
     busy_ = false;
     scriptPid_ = 0;
     if (removeAfter_) {
-        std::remove(app_.folder().emailBodyFile().constData());
-        std::remove(app_.folder().emailRecipientsFile().constData());
+        std::remove(store_.folder().emailBodyFile().constData());
+        std::remove(store_.folder().emailRecipientsFile().constData());
         removeAfter_ = false;
     }
     next();
@@ -152,7 +152,7 @@ void EmailQueue::next()
     auto job = std::make_shared<EmailJob>(std::move(jobs_.front()));
     jobs_.pop_front();
     busy_ = true;
-    const DataFolder folder = app_.folder();
+    const DataFolder folder = store_.folder();
     QPointer<QObject> self(this);
     std::thread([job, folder, self, this] {
         bool stopped = false;
@@ -161,7 +161,7 @@ void EmailQueue::next()
         // `this` is used only once `self` says the queue still exists.
         postBack(self, [this, job, fault, stopped, narrowed] {
             for (const QString &path : narrowed)
-                app_.status().note(narrowedFileNotice(path));
+                store_.status().note(narrowedFileNotice(path));
             filesWritten(*job, fault, stopped);
         });
     }).detach();
@@ -179,7 +179,7 @@ void EmailQueue::filesWritten(EmailJob &job, const QByteArray &fault, bool stopp
         next();
         return;
     }
-    const QByteArray root = app_.folder().root;
+    const QByteArray root = store_.folder().root;
     const QByteArray scriptPath = root + '/' + job.scriptName;
     const quint64 id = ++started_;
     pid_t pid = 0;

@@ -49,7 +49,7 @@ struct EmailJob {
 class EmailQueue : public QObject {
     Q_OBJECT
 public:
-    explicit EmailQueue(DeviceStore &app, QObject *parent = nullptr);
+    explicit EmailQueue(DeviceStore &store, QObject *parent = nullptr);
 
     void enqueue(EmailJob job);
     bool idle() const { return jobs_.empty() && !busy_; }
@@ -84,7 +84,7 @@ private:
     void finishCurrent();
     void logEmailError(const QByteArray &line);
 
-    DeviceStore &app_;
+    DeviceStore &store_;
     std::deque<EmailJob> jobs_;
     QTimer wait_;
     int failedStartPauseMs_ = 3000;

@@ -1,9 +1,9 @@
-#include "EmailTest.h"
+#include "alerts/EmailTest.h"
 
-#include "DeviceStore.h"
-#include "CFormat.h"
-#include "ScriptMail.h"
-#include "ShellQuote.h"
+#include "store/DeviceStore.h"
+#include "store/CFormat.h"
+#include "alerts/ScriptMail.h"
+#include "alerts/ShellQuote.h"
 
 namespace cz {
 
@@ -13,7 +13,7 @@ namespace {
 // after showing the first fault.
 bool readConnection(const EmailTestContext &c, const EmailTestFields &f, MailCommand &command)
 {
-    command = mailCommandFor(c.app);
+    command = mailCommandFor(c.store);
     command.debug = true;
     command.server = f.server;
     if (f.server.isEmpty())
@@ -50,19 +50,19 @@ void queueTest(const EmailTestContext &c, EmailQueue &queue, const MailCommand &
 
 } // namespace
 
-bool RunProbeEmailTest(const EmailTestContext &c, const EmailTestFields &f, const QByteArray &deviceName,
+bool runProbeEmailTest(const EmailTestContext &c, const EmailTestFields &f, const QByteArray &deviceName,
                        const QByteArray &subjectTemplate, EmailQueue &queue)
 {
     MailCommand command;
     if (!readConnection(c, f, command))
         return false;
-    const QByteArray templatePath = templatePathOrDefault(c.app, f.templatePath);
+    const QByteArray templatePath = templatePathOrDefault(c.store, f.templatePath);
     if (f.probeName.isEmpty())
         return c.report(QStringLiteral("Please designate a probe name.")), false;
     if (deviceName.isEmpty())
         return c.report(QStringLiteral("Please designate a device name.")), false;
 
-    const std::int64_t now = c.app.clock().now();
+    const std::int64_t now = c.store.clock().now();
     EmailVariables v;
     v.currentValue = "99.0";
     v.alarmState = "Caution High";
@@ -84,12 +84,12 @@ bool RunProbeEmailTest(const EmailTestContext &c, const EmailTestFields &f, cons
     case TextFileFault::TooLong: return c.report(QStringLiteral("Email template file exceeds max length.\n")), false;
     case TextFileFault::ShortRead: return c.report(QStringLiteral("Error reading email template file.\n")), false;
     }
-    command.subject = ExpandEmailVariables(subjectTemplate, v);
-    queueTest(c, queue, command, ExpandEmailVariables(text, v), f.recipients);
+    command.subject = expandEmailVariables(subjectTemplate, v);
+    queueTest(c, queue, command, expandEmailVariables(text, v), f.recipients);
     return true;
 }
 
-bool RunQueryFailureEmailTest(const EmailTestContext &c, const EmailTestFields &f, const QByteArray &deviceName,
+bool runQueryFailureEmailTest(const EmailTestContext &c, const EmailTestFields &f, const QByteArray &deviceName,
                               int queryFailThreshold, EmailQueue &queue)
 {
     MailCommand command;

@@ -3,8 +3,8 @@
 // can be read.
 #pragma once
 
-#include "EmailQueue.h"
-#include "EmailText.h"
+#include "alerts/EmailQueue.h"
+#include "alerts/EmailText.h"
 
 #include <QByteArray>
 #include <QString>
@@ -31,7 +31,7 @@ struct EmailTestFields {
 // recipients, the script and the job. `report` shows a fault; `run` starts
 // the script in the console that shows it.
 struct EmailTestContext {
-    DeviceStore &app;
+    DeviceStore &store;
     std::function<void(const QString &message)> report;
     std::function<int(const QByteArray &scriptPath)> run;
 };
@@ -39,12 +39,12 @@ struct EmailTestContext {
 // The probe page's test with sample values; `subjectTemplate` is chosen from
 // the probe's stored subjects by its stored state. Returns false after
 // reporting a fault.
-bool RunProbeEmailTest(const EmailTestContext &context, const EmailTestFields &fields,
+bool runProbeEmailTest(const EmailTestContext &context, const EmailTestFields &fields,
                        const QByteArray &deviceName, const QByteArray &subjectTemplate, EmailQueue &queue);
 
 // The device's query-failure test; the body's $DEVICE_NAME and
 // $QUERY_THRESH come from the stored device.
-bool RunQueryFailureEmailTest(const EmailTestContext &context, const EmailTestFields &fields,
+bool runQueryFailureEmailTest(const EmailTestContext &context, const EmailTestFields &fields,
                               const QByteArray &deviceName, int queryFailThreshold, EmailQueue &queue);
 
 // The e-mail test script: for every recipient the command, the echo lines

@@ -1,17 +1,17 @@
-#include "EmailText.h"
+#include "alerts/EmailText.h"
 
-#include "DeviceStore.h"
-#include "CFormat.h"
-#include "History.h"
-#include "Records.h"
-#include "ShellQuote.h"
+#include "store/DeviceStore.h"
+#include "store/CFormat.h"
+#include "store/History.h"
+#include "store/Records.h"
+#include "alerts/ShellQuote.h"
 
 #include <QFile>
 #include <QFileInfo>
 
 namespace cz {
 
-QByteArray ExpandEmailVariables(QByteArray text, const EmailVariables &v)
+QByteArray expandEmailVariables(QByteArray text, const EmailVariables &v)
 {
     const std::pair<const char *, const QByteArray *> order[] = {
         {"$CURRENT_VALUE", &v.currentValue},     {"$ALARM_STATE", &v.alarmState},
@@ -69,9 +69,9 @@ bool hasTxtExtension(const QByteArray &path)
 
 } // namespace
 
-QByteArray templatePathOrDefault(const DeviceStore &app, const QByteArray &path)
+QByteArray templatePathOrDefault(const DeviceStore &store, const QByteArray &path)
 {
-    return path.isEmpty() || hasTxtExtension(path) ? path : app.folder().defaultEmailTemplate();
+    return path.isEmpty() || hasTxtExtension(path) ? path : store.folder().defaultEmailTemplate();
 }
 
 QByteArray subjectTemplate(const ProbeRecord &probe)
@@ -143,16 +143,16 @@ QList<QByteArray> recipientTokens(const QByteArray &buffer)
     return tokens;
 }
 
-QByteArray mailerPath(const DeviceStore &app)
+QByteArray mailerPath(const DeviceStore &store)
 {
-    return QFile::encodeName(app.status().programFolder) + "/corvanta-mailer";
+    return QFile::encodeName(store.status().programFolder) + "/corvanta-mailer";
 }
 
-MailCommand mailCommandFor(const DeviceStore &app)
+MailCommand mailCommandFor(const DeviceStore &store)
 {
     MailCommand command;
-    command.mailer = mailerPath(app);
-    command.bodyFile = app.folder().emailBodyFile();
+    command.mailer = mailerPath(store);
+    command.bodyFile = store.folder().emailBodyFile();
     return command;
 }
 

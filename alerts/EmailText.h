@@ -2,7 +2,7 @@
 // recipient lists and the mailer command lines of the scripts.
 #pragma once
 
-#include "Records.h"
+#include "store/Records.h"
 
 #include <QByteArray>
 #include <QList>
@@ -23,7 +23,7 @@ struct EmailVariables {
 
 // Replaces every variable, one after the other in a fixed order, so a value
 // that holds a later variable's name is replaced in turn.
-QByteArray ExpandEmailVariables(QByteArray text, const EmailVariables &values);
+QByteArray expandEmailVariables(QByteArray text, const EmailVariables &values);
 
 // The variables of a real alert on `probe`; `stateName` as chosen for it.
 EmailVariables alertVariables(const DeviceRecord &device, const ProbeRecord &probe, const QByteArray &stateName,
@@ -38,7 +38,7 @@ QByteArray expandQueryFailureBody(QByteArray body, const QByteArray &deviceName,
 
 // The template to read: an empty path stays empty (and fails to open), one
 // whose extension is not ".txt" gives the default template.
-QByteArray templatePathOrDefault(const DeviceStore &app, const QByteArray &path);
+QByteArray templatePathOrDefault(const DeviceStore &store, const QByteArray &path);
 
 // The subject field for the probe's alarm state, or the default one.
 QByteArray subjectTemplate(const ProbeRecord &probe);
@@ -72,9 +72,9 @@ struct MailCommand {
 };
 
 // The mailer next to this program.
-QByteArray mailerPath(const DeviceStore &app);
+QByteArray mailerPath(const DeviceStore &store);
 // A command that sends the body working file through that mailer.
-MailCommand mailCommandFor(const DeviceStore &app);
+MailCommand mailCommandFor(const DeviceStore &store);
 
 // One mailer command line for `recipient`, every argument single-quoted.
 QByteArray mailerCommandLine(const MailCommand &c, const QByteArray &recipient);

@@ -1,10 +1,10 @@
-#include "ProbeAlertEmail.h"
+#include "alerts/ProbeAlertEmail.h"
 
-#include "DeviceStore.h"
-#include "CFormat.h"
-#include "EmailQueue.h"
-#include "EmailText.h"
-#include "LogFiles.h"
+#include "store/DeviceStore.h"
+#include "store/CFormat.h"
+#include "alerts/EmailQueue.h"
+#include "alerts/EmailText.h"
+#include "store/LogFiles.h"
 
 namespace cz {
 
@@ -12,8 +12,8 @@ namespace {
 
 class ErrorLine {
 public:
-    ErrorLine(DeviceStore &app, int slot, int probeIndex, bool enabled)
-        : app_(app), slot_(slot), probeIndex_(probeIndex), enabled_(enabled)
+    ErrorLine(DeviceStore &store, int slot, int probeIndex, bool enabled)
+        : store_(store), slot_(slot), probeIndex_(probeIndex), enabled_(enabled)
     {
     }
     // "<date> <time> Error in configuration for device N, probe M: reason",
@@ -22,15 +22,15 @@ public:
     {
         if (!enabled_)
             return;
-        const std::int64_t now = app_.clock().now();
+        const std::int64_t now = store_.clock().now();
         const QByteArray line = longDateText(now) + ' ' + longTimeText(now) + " Error in configuration for device " +
                                 QByteArray::number(slot_) + ", probe " + QByteArray::number(probeIndex_ + 1) + ": " +
                                 reason;
-        AppendErrorLog(app_.clock(), app_.folder().emailErrorLog(), line.left(1024));
+        appendErrorLog(store_.clock(), store_.folder().emailErrorLog(), line.left(1024));
     }
 
 private:
-    DeviceStore &app_;
+    DeviceStore &store_;
     int slot_, probeIndex_;
     bool enabled_;
 };
@@ -50,20 +50,20 @@ const char *stateName(const ProbeRecord &p)
 
 } // namespace
 
-void SendProbeAlertEmail(DeviceStore &app, EmailQueue &queue, int slot, int probeIndex, double threshold)
+void sendProbeAlertEmail(DeviceStore &store, EmailQueue &queue, int slot, int probeIndex, double threshold)
 {
-    const DeviceRecord *device = app.device(slot);
+    const DeviceRecord *device = store.device(slot);
     const ProbeRecord *probe = device ? device->probe(probeIndex) : nullptr;
     if (!probe)
         return;
     const DeviceRecord &d = *device;
     const ProbeRecord &p = *probe;
-    const std::int64_t now = app.clock().now();
-    app.status().set(QStringLiteral("Status: sending alert email for %1:%2 (probe %3)...")
+    const std::int64_t now = store.clock().now();
+    store.status().set(QStringLiteral("Status: sending alert email for %1:%2 (probe %3)...")
                          .arg(d.DeviceName.str(), p.ProbeName.str(), QString::number(p.ProbeNumber)));
-    const ErrorLine error(app, slot, probeIndex, d.LogQueryFailures != 0);
+    const ErrorLine error(store, slot, probeIndex, d.LogQueryFailures != 0);
 
-    MailCommand command = mailCommandFor(app);
+    MailCommand command = mailCommandFor(store);
     command.server = p.SMTPServer.bytes();
     if (command.server.isEmpty())
         return error("no SMTP server specified");
@@ -94,15 +94,15 @@ void SendProbeAlertEmail(DeviceStore &app, EmailQueue &queue, int slot, int prob
                " at " + longTimeText(now) + ".";
     } else {
         QByteArray text;
-        switch (readAlertTextFile(templatePathOrDefault(app, p.EmailTemplate.bytes()), text)) {
+        switch (readAlertTextFile(templatePathOrDefault(store, p.EmailTemplate.bytes()), text)) {
         case TextFileFault::None: break;
         case TextFileFault::Open: return error("no email body template specified");
         case TextFileFault::Empty: return error("error opening template file");
         default: return error("error reading template file");
         }
-        body = ExpandEmailVariables(text, values);
+        body = expandEmailVariables(text, values);
     }
-    command.subject = ExpandEmailVariables(subjectTemplate(p), values);
+    command.subject = expandEmailVariables(subjectTemplate(p), values);
 
     EmailJob job;
     job.summary = "device " + QByteArray::number(slot) + ", probe " + QByteArray::number(probeIndex + 1) +

@@ -11,6 +11,6 @@ class EmailQueue;
 // `threshold` is the one the reading crossed, kNoValue for a clear. The
 // probe's AlarmState already holds the new state. Configuration faults go
 // to "EmailErrors.log" when the device logs query failures.
-void SendProbeAlertEmail(DeviceStore &app, EmailQueue &queue, int slot, int probeIndex, double threshold);
+void sendProbeAlertEmail(DeviceStore &store, EmailQueue &queue, int slot, int probeIndex, double threshold);
 
 } // namespace cz

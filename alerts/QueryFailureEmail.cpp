@@ -1,8 +1,8 @@
-#include "QueryFailureEmail.h"
+#include "alerts/QueryFailureEmail.h"
 
-#include "CFormat.h"
-#include "DeviceStore.h"
-#include "ScriptMail.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
+#include "alerts/ScriptMail.h"
 
 namespace cz {
 
@@ -10,18 +10,18 @@ namespace {
 
 // Sends `body` (expanded from the device's body text when null) with the
 // device's mail settings, checked in the order the alert checks them.
-void sendDeviceMail(DeviceStore &app, EmailQueue &queue, int slot, const QByteArray &subjectPrefix,
+void sendDeviceMail(DeviceStore &store, EmailQueue &queue, int slot, const QByteArray &subjectPrefix,
                     const QByteArray *body)
 {
-    const DeviceRecord *d = app.device(slot);
+    const DeviceRecord *d = store.device(slot);
     if (!d || !d->SendQueryFailMessage)
         return;
-    auto show = [&app](const QByteArray &reason) {
-        app.status().report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
+    auto show = [&store](const QByteArray &reason) {
+        store.status().report(MessageIcon::Stop, QStringLiteral("Cannot send query failure alert: ") + QString::fromUtf8(reason));
     };
     ScriptMail mail;
     mail.summary = "device " + QByteArray::number(slot) + ", query failure";
-    mail.command = mailCommandFor(app);
+    mail.command = mailCommandFor(store);
     mail.command.server = d->SMTPServerName.bytes();
     mail.command.port = d->SMTPServerPort;
     mail.command.authenticate = !d->SMTPUsername.empty();
@@ -46,9 +46,9 @@ void sendDeviceMail(DeviceStore &app, EmailQueue &queue, int slot, const QByteAr
     mail.command.subject.prepend(subjectPrefix);
     mail.body = body ? *body : expandQueryFailureBody(d->EmailBodyText.bytes(), d->DeviceName.bytes(), d->QueryFailThreshold);
     // The test's wording with a lower-case start follows the prefix.
-    mail.fault = [&app, show](const QByteArray &text) {
+    mail.fault = [&store, show](const QByteArray &text) {
         if (text.startsWith("ShellExecute")) {
-            app.status().report(MessageIcon::Stop, QString::fromUtf8(text));
+            store.status().report(MessageIcon::Stop, QString::fromUtf8(text));
             return;
         }
         QByteArray reason = text;
@@ -60,20 +60,20 @@ void sendDeviceMail(DeviceStore &app, EmailQueue &queue, int slot, const QByteAr
 
 } // namespace
 
-void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot)
+void sendQueryFailureEmail(DeviceStore &store, EmailQueue &queue, int slot)
 {
-    sendDeviceMail(app, queue, slot, {}, nullptr);
+    sendDeviceMail(store, queue, slot, {}, nullptr);
 }
 
-void SendQueryResolvedEmail(DeviceStore &app, EmailQueue &queue, int slot, int failedQueries, qint64 silentSeconds)
+void sendQueryResolvedEmail(DeviceStore &store, EmailQueue &queue, int slot, int failedQueries, qint64 silentSeconds)
 {
-    const DeviceRecord *d = app.device(slot);
+    const DeviceRecord *d = store.device(slot);
     if (!d)
         return;
     const QByteArray body = "The device named " + d->DeviceName.bytes() + " answers again after " +
                             QByteArray::number(failedQueries) + " failed queries; it did not answer for " +
                             durationText(silentSeconds) + ".";
-    sendDeviceMail(app, queue, slot, "Resolved: ", &body);
+    sendDeviceMail(store, queue, slot, "Resolved: ", &body);
 }
 
 } // namespace cz

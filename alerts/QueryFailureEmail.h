@@ -11,10 +11,10 @@ class EmailQueue;
 
 // Does nothing unless the device's SendQueryFailMessage is set. Every fault
 // is reported as an error message, and nothing is logged.
-void SendQueryFailureEmail(DeviceStore &app, EmailQueue &queue, int slot);
+void sendQueryFailureEmail(DeviceStore &store, EmailQueue &queue, int slot);
 // The same settings tell the recipients that the device answers again after
 // `failedQueries` failed queries and `silentSeconds` without an answer; the
 // subject is the query-failure subject with "Resolved: " in front.
-void SendQueryResolvedEmail(DeviceStore &app, EmailQueue &queue, int slot, int failedQueries, qint64 silentSeconds);
+void sendQueryResolvedEmail(DeviceStore &store, EmailQueue &queue, int slot, int failedQueries, qint64 silentSeconds);
 
 } // namespace cz

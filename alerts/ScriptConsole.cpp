@@ -1,4 +1,4 @@
-#include "ScriptConsole.h"
+#include "alerts/ScriptConsole.h"
 
 #include <QFile>
 

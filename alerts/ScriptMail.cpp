@@ -1,7 +1,7 @@
-#include "ScriptMail.h"
+#include "alerts/ScriptMail.h"
 
-#include "EmailQueue.h"
-#include "EmailTest.h"
+#include "alerts/EmailQueue.h"
+#include "alerts/EmailTest.h"
 
 namespace cz {
 

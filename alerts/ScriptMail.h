@@ -3,7 +3,7 @@
 // files removed 3 s after a good start.
 #pragma once
 
-#include "EmailText.h"
+#include "alerts/EmailText.h"
 
 #include <QByteArray>
 

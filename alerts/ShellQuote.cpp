@@ -1,4 +1,4 @@
-#include "ShellQuote.h"
+#include "alerts/ShellQuote.h"
 
 namespace cz {
 

@@ -1,4 +1,4 @@
-#include "Spawn.h"
+#include "alerts/Spawn.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>

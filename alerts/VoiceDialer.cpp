@@ -1,30 +1,30 @@
-#include "VoiceDialer.h"
+#include "alerts/VoiceDialer.h"
 
-#include "DeviceStore.h"
-#include "ProbeLog.h"
+#include "store/DeviceStore.h"
+#include "store/ProbeLog.h"
 
 #include <QSerialPort>
 #include <QTimer>
 
 namespace cz {
 
-VoiceDialer::VoiceDialer(DeviceStore &app, QObject *parent) : QObject(parent), app_(app) {}
+VoiceDialer::VoiceDialer(DeviceStore &store, QObject *parent) : QObject(parent), store_(store) {}
 
 VoiceDialer::~VoiceDialer() = default;
 
 QByteArray VoiceDialer::portName(int dialerPort) const
 {
     // Only the number is put in; the pattern is never used as a format.
-    QByteArray pattern = app_.settings.SerialPortPattern.bytes();
+    QByteArray pattern = store_.settings.SerialPortPattern.bytes();
     if (!pattern.contains("%d"))
         pattern = "/dev/ttyS%d";
     const qsizetype at = pattern.indexOf("%d");
     return pattern.left(at) + QByteArray::number(dialerPort - 1) + pattern.mid(at + 2);
 }
 
-void VoiceDialer::TriggerVoiceDialer(int slot, int test)
+void VoiceDialer::trigger(int slot, int test)
 {
-    const DeviceRecord *device = test ? edited_ : app_.device(slot);
+    const DeviceRecord *device = test ? edited_ : store_.device(slot);
     if (!device)
         return;
     // A pulse still running on this device's port is cut short.
@@ -42,7 +42,7 @@ void VoiceDialer::TriggerVoiceDialer(int slot, int test)
     QTimer::singleShot(300, raw, [this, slot, test, name, raw] {
         raw->setDataTerminalReady(false);
         raw->close();
-        const DeviceRecord *d = test ? edited_ : app_.device(slot);
+        const DeviceRecord *d = test ? edited_ : store_.device(slot);
         if (d)
             logToProbes(*d, "Triggered voice dialer on " + name + " for device " + QByteArray::number(slot) + '.',
                         d->ProbeCount);
@@ -63,7 +63,7 @@ void VoiceDialer::logToProbes(const DeviceRecord &device, const QByteArray &mess
     for (int i = 0; i < device.probeSlots(); ++i) {
         const ProbeRecord *p = device.probe(i);
         if (p && p->ProbeEnabled)
-            app_.probeLog().appendProbeLogLines(p->LogFile.bytes(), lines);
+            store_.probeLog().appendProbeLogLines(p->LogFile.bytes(), lines);
     }
 }
 

@@ -18,13 +18,13 @@ struct DeviceRecord;
 class VoiceDialer : public QObject {
     Q_OBJECT
 public:
-    explicit VoiceDialer(DeviceStore &app, QObject *parent = nullptr);
+    explicit VoiceDialer(DeviceStore &store, QObject *parent = nullptr);
     ~VoiceDialer() override;
 
     // Raises DTR on the device's dialer port for 300 ms, then logs. With
     // `test` set, the device being edited is used for the port and the
     // probes, and `slot` only names it.
-    void TriggerVoiceDialer(int slot, int test);
+    void trigger(int slot, int test);
     // The device the configure-device dialog is editing (for its test).
     void setEditedDevice(const DeviceRecord *device) { edited_ = device; }
     // The port path for dialer port n.
@@ -37,7 +37,7 @@ signals:
 private:
     void logToProbes(const DeviceRecord &device, const QByteArray &message, int times);
 
-    DeviceStore &app_;
+    DeviceStore &store_;
     const DeviceRecord *edited_ = nullptr;
     std::map<int, std::unique_ptr<QSerialPort>> open_;
 };

@@ -1,7 +1,7 @@
 // The two ways the program runs, after the command line has been read.
 #pragma once
 
-#include "CommandLine.h"
+#include "app/CommandLine.h"
 
 // Monitoring with no window (a QCoreApplication exists).
 int runHeadless(const cz::CommandLine &commandLine);

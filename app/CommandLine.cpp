@@ -1,10 +1,10 @@
-#include "CommandLine.h"
+#include "app/CommandLine.h"
 
 #include <optional>
 
 namespace cz {
 
-void CCommandLineInfoEx::parseParam(const QString &param, bool isFlag)
+void ClassicFlags::parseParam(const QString &param, bool isFlag)
 {
     if (isFlag) {
         params_.insert(param, QStringLiteral("TRUE"));
@@ -34,7 +34,7 @@ std::optional<QString> valueOption(const QStringList &args, int &i, const QStrin
 CommandLine CommandLine::parse(const QStringList &args)
 {
     CommandLine cl;
-    CCommandLineInfoEx classic;
+    ClassicFlags classic;
     for (int i = 0; i < args.size(); ++i) {
         const QString &a = args[i];
         if (const auto option = valueOption(args, i, QStringLiteral("--data-dir"))) {

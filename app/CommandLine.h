@@ -10,7 +10,7 @@ namespace cz {
 
 // Collects every flag (an argument starting with "-" or "/") with the value
 // "TRUE"; a plain argument right after a flag becomes that flag's value.
-class CCommandLineInfoEx {
+class ClassicFlags {
 public:
     void parseParam(const QString &param, bool isFlag);
     bool hasFlag(const QString &key) const { return params_.contains(key); }

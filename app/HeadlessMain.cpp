@@ -1,11 +1,11 @@
 // The program without a window: status lines and alarm events on stdout,
 // messages on stderr, SIGTERM or SIGINT for a saving shutdown.
-#include "AppMain.h"
+#include "app/AppMain.h"
 
-#include "CFormat.h"
-#include "CorvantaApp.h"
-#include "SoundEffectPlayer.h"
-#include "TerminationSignals.h"
+#include "store/CFormat.h"
+#include "app/Engine.h"
+#include "ui/SoundEffectPlayer.h"
+#include "app/TerminationSignals.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -46,30 +46,31 @@ void printLoaded(const cz::DeviceStore &state)
 int runHeadless(const cz::CommandLine &cl)
 {
     cz::SoundEffectPlayer sound;
-    cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
-    cz::DeviceStore &state = app.store();
-    QObject::connect(&app.status(), &cz::ProgramStatus::message, [](cz::MessageIcon, const QString &text) {
+    cz::Engine engine(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
+    cz::DeviceStore &state = engine.store();
+    QObject::connect(&engine.status(), &cz::ProgramStatus::message, [](cz::MessageIcon, const QString &text) {
         std::fprintf(stderr, "%s\n", qPrintable(oneLine(text)));
     });
 
     QString lockError;
-    if (!app.takeInstanceLock(&lockError)) {
+    if (!engine.takeInstanceLock(&lockError)) {
         std::fprintf(stderr, "%s\n", qPrintable(lockError));
         return 1;
     }
 
     cz::TerminationSignals termination;
-    QObject::connect(&termination, &cz::TerminationSignals::received, QCoreApplication::instance(), [&app] {
-        app.shutDown();
+    QObject::connect(&termination, &cz::TerminationSignals::received, QCoreApplication::instance(), [&engine] {
+        engine.shutDown();
         QCoreApplication::exit(0);
     });
 
-    app.startUp();
+    engine.startUp();
     printLoaded(state);
     std::puts("Press Ctrl+C (or send SIGTERM) to save the settings and device files and exit.");
     std::fflush(stdout);
     // Every alarm event as the probe's event log gets it.
-    app.evaluation().onEvent = [&state](int slot, int probeIndex, const QByteArray &message) {
+    QObject::connect(&engine.evaluation(), &cz::AlarmEvaluation::eventLogged, [&state](int slot, int probeIndex,
+                                                                                        const QByteArray &message) {
         const cz::DeviceRecord *d = state.device(slot);
         const cz::ProbeRecord *p = d ? d->probe(probeIndex) : nullptr;
         if (!p)
@@ -78,9 +79,9 @@ int runHeadless(const cz::CommandLine &cl)
                     d->DeviceName.bytes().constData(), probeIndex + 1, p->ProbeName.bytes().constData(),
                     message.constData());
         std::fflush(stdout);
-    };
+    });
 
-    QObject::connect(&app.status(), &cz::ProgramStatus::changed, [last = QString()](const QString &status) mutable {
+    QObject::connect(&engine.status(), &cz::ProgramStatus::changed, [last = QString()](const QString &status) mutable {
         if (status == last)
             return;
         last = status;
@@ -88,8 +89,8 @@ int runHeadless(const cz::CommandLine &cl)
         std::fflush(stdout);
     });
 
-    app.startMonitoring();
-    if (const cz::MetricsServer *metrics = app.metrics()) {
+    engine.startMonitoring();
+    if (const cz::MetricsServer *metrics = engine.metrics()) {
         std::printf("Metrics: %s\n", qPrintable(metrics->url()));
         std::fflush(stdout);
     }

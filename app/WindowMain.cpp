@@ -1,19 +1,19 @@
 // The program with its window: splash, the main sheet, message boxes for
 // the engine's messages, and the saving close.
-#include "AppMain.h"
+#include "app/AppMain.h"
 
-#include "ConfigContext.h"
-#include "CorvantaApp.h"
-#include "FileChooser.h"
-#include "ScriptConsoleWindow.h"
-#include "DeviceListPage.h"
-#include "DeviceDetails.h"
-#include "HistoryLoader.h"
-#include "MainSheet.h"
-#include "Prompter.h"
-#include "SoundEffectPlayer.h"
-#include "SplashWindow.h"
-#include "TerminationSignals.h"
+#include "ui/WindowContext.h"
+#include "app/Engine.h"
+#include "ui/widgets/FileChooser.h"
+#include "ui/widgets/ScriptConsoleWindow.h"
+#include "ui/list/DeviceListPage.h"
+#include "ui/chart/ChartPage.h"
+#include "monitor/HistoryLoader.h"
+#include "ui/MainWindow.h"
+#include "ui/Prompter.h"
+#include "ui/SoundEffectPlayer.h"
+#include "ui/SplashWindow.h"
+#include "app/TerminationSignals.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -23,9 +23,9 @@
 int runWindow(const cz::CommandLine &cl)
 {
     cz::SoundEffectPlayer sound;
-    cz::CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
+    cz::Engine engine(cl, QCoreApplication::applicationDirPath(), cz::SystemClock::instance(), sound);
     QString lockError;
-    if (!app.takeInstanceLock(&lockError)) {
+    if (!engine.takeInstanceLock(&lockError)) {
         QMessageBox::critical(nullptr, QStringLiteral("Corvanta Zephtra"), lockError);
         return 1;
     }
@@ -38,33 +38,33 @@ int runWindow(const cz::CommandLine &cl)
         QApplication::processEvents();
     }
     QApplication::setOverrideCursor(Qt::WaitCursor);
-    app.startUp();
+    engine.startUp();
     cz::MessageBoxPrompter prompter;
     cz::DialogFileChooser files;
     cz::ScriptConsoleWindow console;
-    QObject::connect(&console, &cz::ScriptConsoleWindow::scriptEnded, &app.alerts().emailQueue(),
+    QObject::connect(&console, &cz::ScriptConsoleWindow::scriptEnded, &engine.alerts().emailQueue(),
                      &cz::EmailQueue::currentScriptEnded);
-    const QByteArray dataFolder = app.store().folder().root;
-    cz::ConfigContext context{app.store(),
+    const QByteArray dataFolder = engine.store().folder().root;
+    cz::WindowContext context{engine.store(),
                               prompter,
                               files,
-                              app.alerts().emailQueue(),
-                              app.alerts().dialer(),
+                              engine.alerts().emailQueue(),
+                              engine.alerts().dialer(),
                               sound,
-                              app.session(),
+                              engine.session(),
                               [&console, dataFolder](const QByteArray &script) { return console.run(script, dataFolder); }};
-    cz::MainSheet sheet(context, app.queryCycle());
-    QObject::connect(&app.status(), &cz::ProgramStatus::message, &sheet,
+    cz::MainWindow sheet(context, engine.queryCycle());
+    QObject::connect(&engine.status(), &cz::ProgramStatus::message, &sheet,
                      [&](cz::MessageIcon icon, const QString &text) { prompter.tell(&sheet, icon, text); });
-    sheet.shutDown = [&app] { app.shutDown(); };
+    QObject::connect(&sheet, &cz::MainWindow::shutDownRequested, &engine, [&engine] { engine.shutDown(); });
     cz::TerminationSignals termination;
     QObject::connect(&termination, &cz::TerminationSignals::received, &sheet, [&] {
-        app.status().ShuttingDown = 1; // a signal asks no question
+        engine.status().ShuttingDown = 1; // a signal asks no question
         sheet.close();
     });
     sheet.placeCentred();
     QApplication::restoreOverrideCursor();
-    if (app.store().settings.StartMinimized)
+    if (engine.store().settings.StartMinimized)
         sheet.showMinimized();
     else
         sheet.show();
@@ -72,14 +72,14 @@ int runWindow(const cz::CommandLine &cl)
         if (splash)
             splash->close();
     });
-    app.startMonitoring();
+    engine.startMonitoring();
     // The charts get back what the data files kept of earlier runs.
-    cz::HistoryLoader history(app.store());
+    cz::HistoryLoader history(engine.store());
     QObject::connect(&history, &cz::HistoryLoader::deviceLoaded, &sheet, [&sheet](int slot) {
-        if (cz::CDeviceDetails *page = sheet.devicePage(slot))
+        if (cz::ChartPage *page = sheet.devicePage(slot))
             page->appendSample();
     });
-    history.start(double(app.store().clock().nowMs()) / 1000.0);
+    history.start(double(engine.store().clock().nowMs()) / 1000.0);
     QApplication::setQuitOnLastWindowClosed(true);
     return QApplication::exec();
 }

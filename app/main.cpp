@@ -1,6 +1,6 @@
-#include "AppMain.h"
-#include "CommandLine.h"
-#include "MetricsServer.h"
+#include "app/AppMain.h"
+#include "app/CommandLine.h"
+#include "net/MetricsServer.h"
 
 #include <QApplication>
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
-#include "BenchSupport.h"
+#include "bench/BenchSupport.h"
 
-#include "DeviceStore.h"
-#include "LogFiles.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
 
 #include <QCoreApplication>
 

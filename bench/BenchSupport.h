@@ -2,9 +2,9 @@
 // devices, a data folder of such devices, the process's resident memory, medians.
 #pragma once
 
-#include "DataFolder.h"
-#include "DeviceStore.h"
-#include "LogFiles.h"
+#include "store/DataFolder.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
 
 #include <QElapsedTimer>
 #include <QList>

@@ -2,16 +2,16 @@
 // 16-probe month and hour, zoom and slider steps, the event-loop cost of a
 // whole cycle's samples with 256 devices, the memory the pages add to full
 // histories, and refilling the histories from 30 days of data files.
-#include "BenchSupport.h"
-#include "ConfigContext.h"
-#include "CorvantaApp.h"
-#include "DeviceDetails.h"
-#include "DeviceStore.h"
-#include "FileChooser.h"
-#include "HistoryLoader.h"
-#include "Prompter.h"
-#include "QueryCycle.h"
-#include "SoundPlayer.h"
+#include "bench/BenchSupport.h"
+#include "ui/WindowContext.h"
+#include "app/Engine.h"
+#include "ui/chart/ChartPage.h"
+#include "store/DeviceStore.h"
+#include "ui/widgets/FileChooser.h"
+#include "monitor/HistoryLoader.h"
+#include "ui/Prompter.h"
+#include "monitor/QueryCycle.h"
+#include "alerts/SoundPlayer.h"
 
 #include <QApplication>
 #include <QDir>
@@ -112,9 +112,9 @@ int main(int argc, char **argv)
     Silence sound;
     CommandLine cl;
     cl.dataDir = dir.path();
-    CCorvantaApp app(cl, QCoreApplication::applicationDirPath(), clock, sound);
-    app.startUp();
-    DeviceStore &store = app.store();
+    Engine engine(cl, QCoreApplication::applicationDirPath(), clock, sound);
+    engine.startUp();
+    DeviceStore &store = engine.store();
     for (int slot = 0; slot < store.deviceCount(); ++slot)
         store.deviceForUpdate(slot)->QueryInterval = kInterval;
 
@@ -156,7 +156,7 @@ int main(int argc, char **argv)
         for (int k = 0; k < 86400; ++k) {
             for (int i = 0; i < d.probeSlots(); ++i)
                 d.probe(i)->CurrentTemp = 55 + i + 10 * std::sin((k + slot) / 300.0);
-            AppendHistorySample(d, true, d.NextSampleTime);
+            appendHistorySample(d, true, d.NextSampleTime);
         }
     }
     std::size_t historyBytes = 0;
@@ -171,17 +171,17 @@ int main(int argc, char **argv)
 
     MessageBoxPrompter prompter;
     DialogFileChooser files;
-    ConfigContext context{store, prompter, files, app.alerts().emailQueue(), app.alerts().dialer(), sound,
-                          app.session(), [](const QByteArray &) { return 0; }};
+    WindowContext context{store, prompter, files, engine.alerts().emailQueue(), engine.alerts().dialer(), sound,
+                          engine.session(), [](const QByteArray &) { return 0; }};
     QTabWidget tabs;
     tabs.resize(1000, 700);
-    std::vector<CDeviceDetails *> pages;
+    std::vector<ChartPage *> pages;
     for (int slot = 0; slot < store.deviceCount(); ++slot) {
-        pages.push_back(new CDeviceDetails(context, *store.device(slot), &tabs));
+        pages.push_back(new ChartPage(context, *store.device(slot), &tabs));
         tabs.addTab(pages.back(), QString::number(slot));
     }
     tabs.show();
-    CDeviceDetails &page = *pages[0];
+    ChartPage &page = *pages[0];
     page.activate();
     QApplication::processEvents();
 
@@ -204,7 +204,8 @@ int main(int argc, char **argv)
         page.resetChart();
     }) / 2;
     const double slide = medianOf(21, [&] {
-        page.slider().setValue(page.slider().value() - 1);
+        auto &slider = *page.findChild<QSlider *>();
+        slider.setValue(slider.value() - 1);
     });
     std::printf("zoom step (24 hours at 30 s): median %.2f ms; slider step: median %.2f ms (target < 16)\n", zoom,
                 slide);
@@ -215,7 +216,7 @@ int main(int argc, char **argv)
     for (int run = 0; run < 11; ++run) {
         clock.advance(kInterval);
         for (int slot = 0; slot < store.deviceCount(); ++slot)
-            AppendHistorySample(*store.deviceForUpdate(slot), true, double(clock.nowMs()) / 1000.0);
+            appendHistorySample(*store.deviceForUpdate(slot), true, double(clock.nowMs()) / 1000.0);
         double hidden = 0, shown = 0, loop = 0;
         cycles.push_back(timeMs([&] {
             hidden = timeMs([&] {

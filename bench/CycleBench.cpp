@@ -4,14 +4,14 @@
 // daily log rollover is part of it. Reports the CPU time of a query cycle
 // (tick, walk, replies, alarm evaluation, logs and history samples), the
 // resident memory at start, and what completely full histories take.
-#include "AlarmEvaluation.h"
-#include "AlertActions.h"
-#include "DeviceStore.h"
-#include "BenchSupport.h"
-#include "CFormat.h"
-#include "LogFiles.h"
-#include "HttpSession.h"
-#include "QueryCycle.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/AlertActions.h"
+#include "store/DeviceStore.h"
+#include "bench/BenchSupport.h"
+#include "store/CFormat.h"
+#include "store/LogFiles.h"
+#include "net/HttpSession.h"
+#include "monitor/QueryCycle.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -102,7 +102,7 @@ int main(int argc, char **argv)
     CountingActions actions;
     AlarmEvaluation evaluation(actions);
     int events = 0;
-    evaluation.onEvent = [&](int, int, const QByteArray &) { ++events; };
+    QObject::connect(&evaluation, &AlarmEvaluation::eventLogged, [&](int, int, const QByteArray &) { ++events; });
     QueryCycle cycle(state, session);
     cycle.setEvaluation(&evaluation);
     int answered = 0, failed = 0;

@@ -1,12 +1,12 @@
 // 128 probe status meters open (offscreen platform): what redrawing them
 // after a cycle costs the event loop, when every reading changed and when
 // none did.
-#include "BenchSupport.h"
-#include "DeviceListPage.h"
-#include "DeviceStore.h"
-#include "LogFiles.h"
-#include "ProbeStatusWindows.h"
-#include "Prompter.h"
+#include "bench/BenchSupport.h"
+#include "ui/list/DeviceListPage.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
+#include "ui/list/ProbeStatusWindows.h"
+#include "ui/Prompter.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

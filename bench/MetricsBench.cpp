@@ -1,12 +1,12 @@
 // The metrics page of a full program (256 devices of 16 probes): what
 // building it holds up the event loop, its size, and a whole scrape over
 // loopback.
-#include "BenchSupport.h"
-#include "HttpSession.h"
-#include "MetricsExposition.h"
-#include "MetricsServer.h"
-#include "QueryCycle.h"
-#include "Records.h"
+#include "bench/BenchSupport.h"
+#include "net/HttpSession.h"
+#include "monitor/MetricsExposition.h"
+#include "net/MetricsServer.h"
+#include "monitor/QueryCycle.h"
+#include "store/Records.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -5,14 +5,14 @@
 // devices' data lines came at worst, the longest stall of the event loop,
 // and how resident memory grew after the first minute.
 // SOAK_SECONDS sets the length (600).
-#include "AlarmEvaluation.h"
-#include "AlertActions.h"
-#include "BenchSupport.h"
-#include "CFormat.h"
-#include "DeviceStore.h"
-#include "HttpSession.h"
-#include "LogFiles.h"
-#include "QueryCycle.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/AlertActions.h"
+#include "bench/BenchSupport.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
+#include "net/HttpSession.h"
+#include "store/LogFiles.h"
+#include "monitor/QueryCycle.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

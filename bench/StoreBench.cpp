@@ -1,8 +1,8 @@
 // Loading and saving a full data folder: 256 devices of 16 probes.
-#include "DeviceStore.h"
-#include "BenchSupport.h"
-#include "DeviceFile.h"
-#include "LogFiles.h"
+#include "store/DeviceStore.h"
+#include "bench/BenchSupport.h"
+#include "store/DeviceFile.h"
+#include "store/LogFiles.h"
 
 #include <QCoreApplication>
 #include <QDir>

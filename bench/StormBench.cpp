@@ -3,15 +3,15 @@
 // to an SMTP server on 127.0.0.1. Reports the longest stall of the event
 // loop while the alerts are raised and sent, whether every message arrived
 // in the order the alarms were raised, and the spacing of the sends.
-#include "AlarmEvaluation.h"
-#include "AlertDispatcher.h"
-#include "DeviceStore.h"
-#include "BenchSupport.h"
-#include "CFormat.h"
-#include "LogFiles.h"
-#include "HttpSession.h"
-#include "QueryCycle.h"
-#include "SoundPlayer.h"
+#include "monitor/AlarmEvaluation.h"
+#include "alerts/AlertDispatcher.h"
+#include "store/DeviceStore.h"
+#include "bench/BenchSupport.h"
+#include "store/CFormat.h"
+#include "store/LogFiles.h"
+#include "net/HttpSession.h"
+#include "monitor/QueryCycle.h"
+#include "alerts/SoundPlayer.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -98,9 +98,9 @@ int main(int argc, char **argv)
                      [&](quint64, int) { starts.push_back(double(sinceStart.nsecsElapsed()) / 1e6); });
     // The order alarms were raised in, to compare with what arrives.
     QList<QString> raised;
-    evaluation.onEvent = [&](int slot, int probe, const QByteArray &) {
+    QObject::connect(&evaluation, &AlarmEvaluation::eventLogged, [&](int slot, int probe, const QByteArray &) {
         raised.append(QStringLiteral("%1:%2").arg(slot).arg(probe));
-    };
+    });
 
     // The first cycle only sets the states.
     cycle.tick();

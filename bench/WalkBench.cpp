@@ -2,12 +2,12 @@
 // loopback, beside a raw parallel fetch of the same 256 pages by curl, and
 // the longest stall of the event loop meanwhile. The first cycle after
 // start-up, which creates every probe's data file, is measured apart.
-#include "BenchSupport.h"
-#include "CFormat.h"
-#include "DeviceStore.h"
-#include "HttpSession.h"
-#include "LogFiles.h"
-#include "QueryCycle.h"
+#include "bench/BenchSupport.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
+#include "net/HttpSession.h"
+#include "store/LogFiles.h"
+#include "monitor/QueryCycle.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,10 +1,10 @@
-#include "AlarmEvaluation.h"
+#include "monitor/AlarmEvaluation.h"
 
-#include "AlertActions.h"
-#include "DeviceStore.h"
-#include "CFormat.h"
-#include "DeviceFile.h"
-#include "ProbeLog.h"
+#include "monitor/AlertActions.h"
+#include "store/DeviceStore.h"
+#include "store/CFormat.h"
+#include "store/DeviceFile.h"
+#include "store/ProbeLog.h"
 
 #include <algorithm>
 
@@ -99,7 +99,7 @@ AlarmState wholeNumberBand(std::int32_t v, std::int32_t ha, std::int32_t hc, std
 } // namespace
 
 struct AlarmEvaluation::Reading {
-    DeviceStore &app;
+    DeviceStore &store;
     DeviceRecord &device;
     ProbeRecord &probe;
     int slot;
@@ -109,14 +109,14 @@ struct AlarmEvaluation::Reading {
     int notFirstQuery;
 };
 
-void AlarmEvaluation::evaluateProbeValue(DeviceStore &app, int slot, int probeIndex, const QByteArray &valueText,
+void AlarmEvaluation::evaluateProbeValue(DeviceStore &store, int slot, int probeIndex, const QByteArray &valueText,
                                          std::int64_t now, int notFirstQuery)
 {
-    DeviceRecord *device = app.deviceForUpdate(slot);
+    DeviceRecord *device = store.deviceForUpdate(slot);
     ProbeRecord *probe = device ? device->probe(probeIndex) : nullptr;
     if (!probe)
         return;
-    const Reading r{app, *device, *probe, slot, probeIndex, valueText, now, notFirstQuery};
+    const Reading r{store, *device, *probe, slot, probeIndex, valueText, now, notFirstQuery};
     if (probe->ProbeType == ProbeType::Switch)
         evaluateSwitch(r);
     else
@@ -278,22 +278,21 @@ void AlarmEvaluation::runActions(const Reading &r, AlertKind kind, double thresh
     const bool alarm = kind == AlertKind::Alarm, caution = kind == AlertKind::Caution;
     (alarm ? counts_.alarm : caution ? counts_.caution : counts_.clear) += 1;
     if (alarm ? p.AlarmSound : caution && p.CautionSound)
-        actions_.playSound(r.app, (alarm ? p.AlarmSoundFile : p.CautionSoundFile).bytes());
+        actions_.playSound(r.store, (alarm ? p.AlarmSoundFile : p.CautionSoundFile).bytes());
     if (alarm ? p.SendAlarmEmail : caution ? p.SendCautionEmail : p.SendClearEmail)
-        actions_.sendAlarmEmail(r.app, r.slot, r.probeIndex, threshold);
+        actions_.sendAlarmEmail(r.store, r.slot, r.probeIndex, threshold);
     if (alarm ? p.TriggerDialerAlarm : caution ? p.TriggerDialerCaution : p.TriggerDialerClear)
-        actions_.triggerVoiceDialer(r.app, r.slot, 0);
+        actions_.triggerVoiceDialer(r.store, r.slot, 0);
     if (alarm ? p.RunProgramAlarm : caution ? p.RunProgramCaution : p.RunProgramClear)
-        actions_.runAlertProgram(r.app, r.slot, r.probeIndex,
+        actions_.runAlertProgram(r.store, r.slot, r.probeIndex,
                                  (alarm ? p.ProgramAlarm : caution ? p.ProgramCaution : p.ProgramClear).bytes());
 }
 
 void AlarmEvaluation::logEvent(const Reading &r, const QByteArray &message)
 {
     if (r.device.LoggingEnabled)
-        r.app.probeLog().appendProbeLog(r.probe.LogFile.bytes(), message);
-    if (onEvent)
-        onEvent(r.slot, r.probeIndex, message);
+        r.store.probeLog().appendProbeLog(r.probe.LogFile.bytes(), message);
+    emit eventLogged(r.slot, r.probeIndex, message);
 }
 
 } // namespace cz

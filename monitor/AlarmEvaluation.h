@@ -2,9 +2,9 @@
 // its alarm state and consecutive count, alert actions and event-log lines.
 #pragma once
 
-#include "ProbeEvaluation.h"
+#include "monitor/ProbeEvaluation.h"
 
-#include <functional>
+#include <QObject>
 
 namespace cz {
 
@@ -12,22 +12,24 @@ class AlertActions;
 struct DeviceRecord;
 struct ProbeRecord;
 
-class AlarmEvaluation final : public ProbeEvaluation {
+class AlarmEvaluation final : public QObject, public ProbeEvaluation {
+    Q_OBJECT
 public:
-    explicit AlarmEvaluation(AlertActions &actions) : actions_(actions) {}
+    explicit AlarmEvaluation(AlertActions &actions, QObject *parent = nullptr) : QObject(parent), actions_(actions) {}
 
-    void evaluateProbeValue(DeviceStore &app, int slot, int probeIndex, const QByteArray &valueText, std::int64_t now,
+    void evaluateProbeValue(DeviceStore &store, int slot, int probeIndex, const QByteArray &valueText, std::int64_t now,
                             int notFirstQuery) override;
-
-    // Every event-log message as it is written (also when the device does
-    // not log), for the headless program's output.
-    std::function<void(int slot, int probeIndex, const QByteArray &message)> onEvent;
 
     // Alerts raised since the program started (each ran its actions once).
     struct AlertCounts {
         quint64 alarm = 0, caution = 0, clear = 0;
     };
     const AlertCounts &alertCounts() const { return counts_; }
+
+signals:
+    // Every event-log message as it is written (also when the device does
+    // not log), for the headless program's output.
+    void eventLogged(int slot, int probeIndex, const QByteArray &message);
 
 private:
     struct Reading;

@@ -15,12 +15,12 @@ class AlertActions {
 public:
     virtual ~AlertActions() = default;
     // Plays a sound file once, without waiting.
-    virtual void playSound(DeviceStore &app, const QByteArray &file) = 0;
+    virtual void playSound(DeviceStore &store, const QByteArray &file) = 0;
     // The alarm, caution or clear e-mail of a probe; `threshold` is the one
     // crossed, 0 for a switch alarm, kNoThreshold for a clear.
-    virtual void sendAlarmEmail(DeviceStore &app, int slot, int probeIndex, double threshold) = 0;
-    virtual void triggerVoiceDialer(DeviceStore &app, int slot, int flag) = 0;
-    virtual void runAlertProgram(DeviceStore &app, int slot, int probeIndex, const QByteArray &program) = 0;
+    virtual void sendAlarmEmail(DeviceStore &store, int slot, int probeIndex, double threshold) = 0;
+    virtual void triggerVoiceDialer(DeviceStore &store, int slot, int flag) = 0;
+    virtual void runAlertProgram(DeviceStore &store, int slot, int probeIndex, const QByteArray &program) = 0;
 };
 
 } // namespace cz

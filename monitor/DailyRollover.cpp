@@ -1,7 +1,7 @@
-#include "DailyRollover.h"
+#include "monitor/DailyRollover.h"
 
-#include "CFormat.h"
-#include "DeviceStore.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -44,7 +44,7 @@ void moveFilesInto(const QByteArray &folder, const QByteArray &target)
 
 } // namespace
 
-void RollOverDailyFiles(DeviceStore &store)
+void rollOverDailyFiles(DeviceStore &store)
 {
     const QByteArray today = dateText(store.clock().now());
     if (store.currentDateText == today)

@@ -1,6 +1,6 @@
-#include "HistoryLoader.h"
+#include "monitor/HistoryLoader.h"
 
-#include "DeviceStore.h"
+#include "store/DeviceStore.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -6,7 +6,7 @@
 // in front of any samples its queries added meanwhile.
 #pragma once
 
-#include "Records.h"
+#include "store/Records.h"
 
 #include <QObject>
 #include <QThreadPool>

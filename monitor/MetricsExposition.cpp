@@ -1,8 +1,8 @@
-#include "MetricsExposition.h"
+#include "monitor/MetricsExposition.h"
 
-#include "DeviceStore.h"
-#include "QueryCycle.h"
-#include "Records.h"
+#include "store/DeviceStore.h"
+#include "monitor/QueryCycle.h"
+#include "store/Records.h"
 
 #include <QLocale>
 #include <QSet>

@@ -2,7 +2,7 @@
 // format, for a monitoring stack that watches several programs at once.
 #pragma once
 
-#include "AlarmEvaluation.h"
+#include "monitor/AlarmEvaluation.h"
 
 #include <QByteArray>
 

@@ -16,7 +16,7 @@ public:
     // `valueText` is the probe's field, already converted to the probe's
     // temperature scale; `now` is the time of the reply; alerts fire only
     // when `notFirstQuery` is non-zero.
-    virtual void evaluateProbeValue(DeviceStore &app, int slot, int probeIndex, const QByteArray &valueText,
+    virtual void evaluateProbeValue(DeviceStore &store, int slot, int probeIndex, const QByteArray &valueText,
                                     std::int64_t now, int notFirstQuery) = 0;
 };
 

@@ -1,12 +1,12 @@
-#include "QueryCycle.h"
+#include "monitor/QueryCycle.h"
 
-#include "CFormat.h"
-#include "DeviceFile.h"
-#include "DeviceStore.h"
-#include "DeviceUrl.h"
-#include "FailedAttempt.h"
-#include "LogFiles.h"
-#include "ReplyApplication.h"
+#include "store/CFormat.h"
+#include "store/DeviceFile.h"
+#include "store/DeviceStore.h"
+#include "net/DeviceUrl.h"
+#include "net/FailedAttempt.h"
+#include "store/LogFiles.h"
+#include "monitor/ReplyApplication.h"
 
 #include <algorithm>
 #include <cmath>
@@ -38,7 +38,7 @@ double currentReading(const ProbeRecord &p)
 
 } // namespace
 
-void AppendHistorySample(DeviceRecord &device, bool success, double now)
+void appendHistorySample(DeviceRecord &device, bool success, double now)
 {
     const double interval = device.QueryInterval > 0 ? device.QueryInterval : 1;
     double &next = device.NextSampleTime;
@@ -238,7 +238,7 @@ void QueryCycle::apply(const Arrival &arrival)
     QueryStats &stats = run.stats;
     stats.queries += 1;
     stats.lastDurationSeconds = double(run.took.nsecsElapsed()) / 1e9;
-    stats.lastSucceeded = result && ApplyDeviceReply(store_, slot, arrival.result.reply, silent ? 0 : 1, evaluation_);
+    stats.lastSucceeded = result && applyDeviceReply(store_, slot, arrival.result.reply, silent ? 0 : 1, evaluation_);
     if (stats.lastSucceeded) {
         emit replyApplied(slot);
     } else if (result) {
@@ -256,7 +256,7 @@ void QueryCycle::apply(const Arrival &arrival)
     }
     // A device's first sample after it was added is drawn as a gap.
     const int sample = added ? 0 : result;
-    AppendHistorySample(*device, sample == 1, double(store_.clock().nowMs()) / 1000.0);
+    appendHistorySample(*device, sample == 1, double(store_.clock().nowMs()) / 1000.0);
     emit statusWindowsRefresh();
     emit deviceSampled(slot, sample);
     closeRound(round);
@@ -298,7 +298,7 @@ void QueryCycle::countAnswer(int slot, DeviceRecord &device, DeviceRun &run)
     const QByteArray line = "The device " + name + " answers again after " + QByteArray::number(failed) +
                             " failed queries; it did not answer for " + durationText(silentSeconds) + ".";
     if (device.LogQueryFailures)
-        AppendErrorLog(store_.clock(), store_.folder().internetErrorLog(), line + "\r\n");
+        appendErrorLog(store_.clock(), store_.folder().internetErrorLog(), line + "\r\n");
     store_.status().set(QStringLiteral("Status: %1 answers again after %2 failed queries")
                             .arg(QString::fromUtf8(name))
                             .arg(failed));

@@ -10,7 +10,7 @@
 // once for that outage, and when the device answers again that is told too.
 #pragma once
 
-#include "HttpSession.h"
+#include "net/HttpSession.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -42,7 +42,7 @@ struct QueryStats {
 // late query, one per interval missed): the probe's current reading when
 // the query was answered and the probe is enabled, the no-value mark
 // otherwise. `now` is in seconds since 1970 with a fraction.
-void AppendHistorySample(DeviceRecord &device, bool success, double now);
+void appendHistorySample(DeviceRecord &device, bool success, double now);
 
 class QueryCycle : public QObject {
     Q_OBJECT

@@ -1,15 +1,15 @@
-#include "ReplyApplication.h"
+#include "monitor/ReplyApplication.h"
 
-#include "CFormat.h"
-#include "DailyRollover.h"
-#include "DeviceStore.h"
-#include "LogFiles.h"
-#include "ProbeEvaluation.h"
-#include "ReplyParser.h"
+#include "store/CFormat.h"
+#include "monitor/DailyRollover.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
+#include "monitor/ProbeEvaluation.h"
+#include "net/ReplyParser.h"
 
 namespace cz {
 
-int ApplyDeviceReply(DeviceStore &store, int slot, const QByteArray &reply, int notFirstQuery,
+int applyDeviceReply(DeviceStore &store, int slot, const QByteArray &reply, int notFirstQuery,
                      ProbeEvaluation *evaluation)
 {
     DeviceRecord *device = store.deviceForUpdate(slot);
@@ -19,9 +19,9 @@ int ApplyDeviceReply(DeviceStore &store, int slot, const QByteArray &reply, int 
     const std::int64_t now = store.clock().now();
     const QByteArray date = dateText(now);
     const QByteArray time = clockText(now);
-    RollOverDailyFiles(store);
+    rollOverDailyFiles(store);
 
-    const ParsedReply parsed = ParseDeviceReply(*device, reply);
+    const ParsedReply parsed = parseDeviceReply(*device, reply);
     for (std::size_t i = 0; i < parsed.fields.size(); ++i) {
         ProbeRecord *probe = device->probe(int(i));
         if (!probe)
@@ -29,7 +29,7 @@ int ApplyDeviceReply(DeviceStore &store, int slot, const QByteArray &reply, int 
         const QByteArray &field = parsed.fields[i];
         probe->CurrentValueText = probeDisplayText(probe->ProbeType, field);
         if (probe->ProbeEnabled && device->LoggingEnabled)
-            AppendDataLine(probe->DataLogFile.bytes(), date, time, probe->CurrentValueText.bytes());
+            appendDataLine(probe->DataLogFile.bytes(), date, time, probe->CurrentValueText.bytes());
         if (evaluation)
             evaluation->evaluateProbeValue(store, slot, int(i), field, now, notFirstQuery);
     }

@@ -12,7 +12,7 @@ class ProbeEvaluation;
 // Applies the reply of device `slot` to its probes, in probe order. Returns
 // 1 when every probe had its field, 0 at the first probe whose field is
 // missing (the probes before it keep what this call gave them).
-int ApplyDeviceReply(DeviceStore &store, int slot, const QByteArray &reply, int notFirstQuery,
+int applyDeviceReply(DeviceStore &store, int slot, const QByteArray &reply, int notFirstQuery,
                      ProbeEvaluation *evaluation);
 
 } // namespace cz

@@ -1,10 +1,10 @@
-#include "AutoConfiguration.h"
+#include "net/AutoConfiguration.h"
 
-#include "DeviceStore.h"
-#include "CFormat.h"
-#include "FailedAttempt.h"
-#include "DeviceUrl.h"
-#include "LogFiles.h"
+#include "store/DeviceStore.h"
+#include "store/CFormat.h"
+#include "net/FailedAttempt.h"
+#include "net/DeviceUrl.h"
+#include "store/LogFiles.h"
 
 namespace cz {
 
@@ -78,7 +78,7 @@ DisplayUnits unitsFromRootPage(const QByteArray &page)
     return unitsFromLetter(page.at(entity + 4));
 }
 
-bool ParseDeviceConfiguration(const QByteArray &configText, const QByteArray &typedName, DisplayUnits units,
+bool parseDeviceConfiguration(const QByteArray &configText, const QByteArray &typedName, DisplayUnits units,
                               FetchedConfiguration &out)
 {
     out = FetchedConfiguration{};
@@ -140,8 +140,8 @@ QString configurationProblem(const QByteArray &configText, const FetchedConfigur
 
 } // namespace
 
-DeviceAutoConfiguration::DeviceAutoConfiguration(DeviceStore &app, HttpSession &session, QObject *parent)
-    : QObject(parent), app_(app), session_(session)
+DeviceAutoConfiguration::DeviceAutoConfiguration(DeviceStore &store, HttpSession &session, QObject *parent)
+    : QObject(parent), store_(store), session_(session)
 {
 }
 
@@ -158,9 +158,9 @@ void DeviceAutoConfiguration::cancel()
     done_ = nullptr;
 }
 
-void DeviceAutoConfiguration::FetchDeviceConfiguration(const AutoConfRequest &request, Done done)
+void DeviceAutoConfiguration::fetchDeviceConfiguration(const AutoConfigRequest &request, Done done)
 {
-    if (app_.status().ShuttingDown)
+    if (store_.status().ShuttingDown)
         return;
     request_ = request;
     done_ = std::move(done);
@@ -170,7 +170,7 @@ void DeviceAutoConfiguration::FetchDeviceConfiguration(const AutoConfRequest &re
             finish(configText, DisplayUnits::F);
             return;
         }
-        DetectDeviceUnits(model, [this, configText](DisplayUnits units) { finish(configText, units); });
+        detectDeviceUnits(model, [this, configText](DisplayUnits units) { finish(configText, units); });
     });
 }
 
@@ -181,7 +181,7 @@ void DeviceAutoConfiguration::fetch(const char *page, std::function<void(const Q
     fetchId_ = session_.fetchPage(
         pageUrl(request_.address, request_.port, page), session_.proxy(),
         [this](int attempt, const QByteArray &error) {
-            reportFailedAttempt(app_, request_.logQueryFailures, attempt, error);
+            reportFailedAttempt(store_, request_.logQueryFailures, attempt, error);
         },
         [this, then = std::move(then)](const PageResult &result) {
             fetchId_ = 0;
@@ -189,7 +189,7 @@ void DeviceAutoConfiguration::fetch(const char *page, std::function<void(const Q
         });
 }
 
-void DeviceAutoConfiguration::DetectDeviceUnits(int modelIndex, std::function<void(DisplayUnits)> then)
+void DeviceAutoConfiguration::detectDeviceUnits(int modelIndex, std::function<void(DisplayUnits)> then)
 {
     if (modelIndex == kMultiSensorIndex)
         fetch("/data", [then](const QByteArray &reply) { then(unitsFromDataReply(reply)); });
@@ -201,17 +201,17 @@ void DeviceAutoConfiguration::DetectDeviceUnits(int modelIndex, std::function<vo
 
 void DeviceAutoConfiguration::finish(const QByteArray &configText, DisplayUnits units)
 {
-    AutoConfResult result;
-    result.ok = ParseDeviceConfiguration(configText, request_.typedName, units, result.configuration);
+    AutoConfigResult result;
+    result.ok = parseDeviceConfiguration(configText, request_.typedName, units, result.configuration);
     if (!result.ok) {
-        const QByteArray logPath = app_.folder().autoConfErrorLog();
+        const QByteArray logPath = store_.folder().autoConfigErrorLog();
         const QByteArray message = "This is an unsupported device or the query failed.\n"
                                    "Please verify the device connection and type.\n\n"
                                    "Details about the error returned by the communications\n"
                                    "module can be found in the error log here:\n\n" +
                                    logPath;
         if (request_.logQueryFailures)
-            AppendErrorLog(app_.clock(), logPath, message);
+            appendErrorLog(store_.clock(), logPath, message);
         result.errorMessage = QString::fromUtf8(message);
     } else if (const QString problem = configurationProblem(configText, result.configuration); !problem.isEmpty()) {
         result.ok = false;

@@ -2,9 +2,9 @@
 // the temperature scale it reports in.
 #pragma once
 
-#include "HttpSession.h"
-#include "NewDevice.h"
-#include "Records.h"
+#include "net/HttpSession.h"
+#include "store/NewDevice.h"
+#include "store/Records.h"
 
 #include <QObject>
 #include <QString>
@@ -20,7 +20,7 @@ class DeviceStore;
 int deviceModelIndex(const QByteArray &model);
 
 // What the operator typed into the add-device dialog.
-struct AutoConfRequest {
+struct AutoConfigRequest {
     QByteArray address;
     int port = 80;
     QByteArray typedName;
@@ -45,7 +45,7 @@ struct FetchedConfiguration {
     int probeNamesFilled = 0;
 };
 
-struct AutoConfResult {
+struct AutoConfigResult {
     bool ok = false;
     FetchedConfiguration configuration;
     // The unsupported-device message when not ok, or why what the device
@@ -57,7 +57,7 @@ struct AutoConfResult {
 // The "/config" fields of a reply, filled into a configuration. `units` is
 // what the scale detection found; only the combined sensor model keeps it.
 // Returns false when field 2 names no known model.
-bool ParseDeviceConfiguration(const QByteArray &configText, const QByteArray &typedName, DisplayUnits units,
+bool parseDeviceConfiguration(const QByteArray &configText, const QByteArray &typedName, DisplayUnits units,
                               FetchedConfiguration &out);
 // The scale a device reports in, from its "/data" reply (combined sensor
 // model) or its root page (P models); F when it cannot be told.
@@ -70,26 +70,26 @@ QByteArray validDeviceName(const QByteArray &name);
 class DeviceAutoConfiguration : public QObject {
     Q_OBJECT
 public:
-    DeviceAutoConfiguration(DeviceStore &app, HttpSession &session, QObject *parent = nullptr);
+    DeviceAutoConfiguration(DeviceStore &store, HttpSession &session, QObject *parent = nullptr);
     ~DeviceAutoConfiguration() override;
 
-    using Done = std::function<void(const AutoConfResult &)>;
+    using Done = std::function<void(const AutoConfigResult &)>;
     // Fetches "/config", detects the scale and hands the result to `done`
     // (the confirmation window shows it). Does nothing while the program is
     // shutting down.
-    void FetchDeviceConfiguration(const AutoConfRequest &request, Done done);
+    void fetchDeviceConfiguration(const AutoConfigRequest &request, Done done);
     // Abandons the fetch under way: `done` is not called.
     void cancel();
     bool busy() const { return done_ != nullptr; }
 
 private:
     void fetch(const char *page, std::function<void(const QByteArray &reply)> then);
-    void DetectDeviceUnits(int modelIndex, std::function<void(DisplayUnits)> then);
+    void detectDeviceUnits(int modelIndex, std::function<void(DisplayUnits)> then);
     void finish(const QByteArray &configText, DisplayUnits units);
 
-    DeviceStore &app_;
+    DeviceStore &store_;
     HttpSession &session_;
-    AutoConfRequest request_;
+    AutoConfigRequest request_;
     Done done_;
     quint64 fetchId_ = 0;
 };

@@ -1,6 +1,6 @@
-#include "DeviceUrl.h"
+#include "net/DeviceUrl.h"
 
-#include "Records.h"
+#include "store/Records.h"
 
 namespace cz {
 

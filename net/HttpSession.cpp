@@ -1,4 +1,4 @@
-#include "HttpSession.h"
+#include "net/HttpSession.h"
 
 #include <curl/curl.h>
 

@@ -1,4 +1,4 @@
-#include "MetricsServer.h"
+#include "net/MetricsServer.h"
 
 #include <QSocketNotifier>
 #include <QTcpServer>

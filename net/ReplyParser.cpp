@@ -1,11 +1,11 @@
-#include "ReplyParser.h"
+#include "net/ReplyParser.h"
 
-#include "CFormat.h"
-#include "DeviceUrl.h"
+#include "store/CFormat.h"
+#include "net/DeviceUrl.h"
 
 namespace cz {
 
-QByteArray ConvertTemperatureText(DisplayUnits from, DisplayUnits to, const QByteArray &valueText)
+QByteArray convertTemperatureText(DisplayUnits from, DisplayUnits to, const QByteArray &valueText)
 {
     const double x = parseDouble(valueText);
     double y = x;
@@ -40,7 +40,7 @@ QByteArray probeDisplayText(ProbeType type, const QByteArray &field)
     return formatFixed(parseDouble(field), 1);
 }
 
-ParsedReply ParseDeviceReply(const DeviceRecord &device, const QByteArray &reply)
+ParsedReply parseDeviceReply(const DeviceRecord &device, const QByteArray &reply)
 {
     ParsedReply parsed;
     const bool multiSensor = isMultiSensorModel(device.DeviceModel.bytes());
@@ -60,7 +60,7 @@ ParsedReply ParseDeviceReply(const DeviceRecord &device, const QByteArray &reply
         if (!probe)
             field.clear();
         else if (probe->ProbeType == ProbeType::Temperature && probe->DisplayUnits != device.DisplayUnits)
-            field = ConvertTemperatureText(device.DisplayUnits, probe->DisplayUnits, field);
+            field = convertTemperatureText(device.DisplayUnits, probe->DisplayUnits, field);
         parsed.fields.push_back(field);
     }
     parsed.complete = true;

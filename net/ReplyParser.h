@@ -2,7 +2,7 @@
 // "/temp", "units|value|value..." from "/data" of the combined sensor model.
 #pragma once
 
-#include "Records.h"
+#include "store/Records.h"
 
 #include <QByteArray>
 
@@ -22,11 +22,11 @@ struct ParsedReply {
 
 // Cuts the reply of `device` into its probes' fields. The last probe's field
 // runs to the end of the text, bars and all.
-ParsedReply ParseDeviceReply(const DeviceRecord &device, const QByteArray &reply);
+ParsedReply parseDeviceReply(const DeviceRecord &device, const QByteArray &reply);
 
 // A temperature text converted from one scale to another, written with
 // one decimal. A scale code outside 0..3 leaves the value as it is.
-QByteArray ConvertTemperatureText(DisplayUnits from, DisplayUnits to, const QByteArray &valueText);
+QByteArray convertTemperatureText(DisplayUnits from, DisplayUnits to, const QByteArray &valueText);
 
 // The text the probe list and the data file show for a probe's field.
 QByteArray probeDisplayText(ProbeType type, const QByteArray &field);

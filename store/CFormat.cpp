@@ -1,4 +1,4 @@
-#include "CFormat.h"
+#include "store/CFormat.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
-#include "DataFolder.h"
+#include "store/DataFolder.h"
 
-#include "FileWrite.h"
+#include "store/FileWrite.h"
 
 #include <QDir>
 #include <QFile>

@@ -19,7 +19,7 @@ struct DataFolder {
     QByteArray sounds() const { return root + "/Sounds"; }
     QByteArray deviceFile(const QByteArray &deviceName) const { return devices() + '/' + deviceName + ".ini"; }
     QByteArray internetErrorLog() const { return root + "/InternetError.log"; }
-    QByteArray autoConfErrorLog() const { return root + "/AutoConfError.log"; }
+    QByteArray autoConfigErrorLog() const { return root + "/AutoConfError.log"; }
     QByteArray emailErrorLog() const { return root + "/EmailErrors.log"; }
     // The alert e-mail's working files, rewritten by every e-mail.
     QByteArray emailBodyFile() const { return root + "/email_body.tmp"; }

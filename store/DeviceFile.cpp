@@ -1,7 +1,7 @@
-#include "DeviceFile.h"
+#include "store/DeviceFile.h"
 
-#include "CFormat.h"
-#include "IniFile.h"
+#include "store/CFormat.h"
+#include "store/IniFile.h"
 
 #include <QFile>
 

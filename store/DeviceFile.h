@@ -2,7 +2,7 @@
 // read back and tied to a bit of the changed-keys masks.
 #pragma once
 
-#include "Records.h"
+#include "store/Records.h"
 
 #include <QByteArray>
 #include <QString>

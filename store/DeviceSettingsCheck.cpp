@@ -1,7 +1,7 @@
-#include "DeviceSettingsCheck.h"
+#include "store/DeviceSettingsCheck.h"
 
-#include "DeviceFile.h"
-#include "DeviceStore.h"
+#include "store/DeviceFile.h"
+#include "store/DeviceStore.h"
 
 namespace cz {
 

@@ -1,9 +1,9 @@
-#include "DeviceStore.h"
+#include "store/DeviceStore.h"
 
-#include "DeviceFile.h"
-#include "FileWrite.h"
-#include "IniFile.h"
-#include "ProbeLog.h"
+#include "store/DeviceFile.h"
+#include "store/FileWrite.h"
+#include "store/IniFile.h"
+#include "store/ProbeLog.h"
 
 #include <QFile>
 #include <QFileInfo>

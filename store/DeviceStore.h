@@ -5,11 +5,11 @@
 // through `deviceForUpdate()`.
 #pragma once
 
-#include "Clock.h"
-#include "DataFolder.h"
-#include "ProgramSettings.h"
-#include "ProgramStatus.h"
-#include "Records.h"
+#include "store/Clock.h"
+#include "store/DataFolder.h"
+#include "store/ProgramSettings.h"
+#include "store/ProgramStatus.h"
+#include "store/Records.h"
 
 #include <QList>
 #include <QObject>

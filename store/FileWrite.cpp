@@ -1,4 +1,4 @@
-#include "FileWrite.h"
+#include "store/FileWrite.h"
 
 #include <QFile>
 

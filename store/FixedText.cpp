@@ -1,4 +1,4 @@
-#include "FixedText.h"
+#include "store/FixedText.h"
 
 namespace cz {
 

@@ -1,4 +1,4 @@
-#include "History.h"
+#include "store/History.h"
 
 #include <charconv>
 

@@ -1,8 +1,8 @@
-#include "IniFile.h"
+#include "store/IniFile.h"
 
-#include "CFormat.h"
-#include "FileWrite.h"
-#include "FixedText.h"
+#include "store/CFormat.h"
+#include "store/FileWrite.h"
+#include "store/FixedText.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -6,7 +6,7 @@
 // the file. Lines are written with CR LF; CR LF and LF are both read.
 #pragma once
 
-#include "FileWrite.h"
+#include "store/FileWrite.h"
 
 #include <QByteArray>
 #include <QHash>

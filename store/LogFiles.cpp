@@ -1,8 +1,8 @@
-#include "LogFiles.h"
+#include "store/LogFiles.h"
 
-#include "CFormat.h"
-#include "Clock.h"
-#include "FileWrite.h"
+#include "store/CFormat.h"
+#include "store/Clock.h"
+#include "store/FileWrite.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -37,7 +37,7 @@ QByteArray entryPrefix(const Clock &clock)
 
 } // namespace
 
-void AppendProbeLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
+void appendProbeLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
 {
     appendToFile(path, entryPrefix(clock) + message + "\r\n");
 }
@@ -51,12 +51,12 @@ void EventLog::appendProbeLogLines(const QByteArray &path, const QList<QByteArra
     appendToFile(path, lines);
 }
 
-void AppendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
+void appendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray &message)
 {
     appendToFile(path, entryPrefix(clock) + message);
 }
 
-void AppendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,
+void appendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,
                     const QByteArray &displayText)
 {
     appendToFile(path, date + ',' + time + ',' + displayText + "\r\n");

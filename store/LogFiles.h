@@ -4,7 +4,7 @@
 // skipped.
 #pragma once
 
-#include "ProbeLog.h"
+#include "store/ProbeLog.h"
 
 #include <QByteArray>
 
@@ -13,12 +13,12 @@ namespace cz {
 class Clock;
 
 // "<date> <time>: <message>\r\n" appended to `path`.
-void AppendProbeLog(const Clock &clock, const QByteArray &path, const QByteArray &message);
+void appendProbeLog(const Clock &clock, const QByteArray &path, const QByteArray &message);
 // "<date> <time>: <message>" appended to `path`; the message ends its own
 // line (or runs on into the next entry).
-void AppendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray &message);
+void appendErrorLog(const Clock &clock, const QByteArray &path, const QByteArray &message);
 // "<date>,<time>,<display text>\r\n" appended to a probe's data file.
-void AppendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,
+void appendDataLine(const QByteArray &path, const QByteArray &date, const QByteArray &time,
                     const QByteArray &displayText);
 
 // The event-log sink of the running program.
@@ -27,7 +27,7 @@ public:
     explicit EventLog(const Clock &clock) : clock_(clock) {}
     void appendProbeLog(const QByteArray &path, const QByteArray &message) override
     {
-        AppendProbeLog(clock_, path, message);
+        cz::appendProbeLog(clock_, path, message);
     }
     void appendProbeLogLines(const QByteArray &path, const QList<QByteArray> &messages) override;
 

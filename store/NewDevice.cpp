@@ -1,4 +1,4 @@
-#include "NewDevice.h"
+#include "store/NewDevice.h"
 
 #include <cstdio>
 
@@ -48,9 +48,10 @@ void fillTypedDevice(NewDeviceSettings &s)
 std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const DataFolder &folder)
 {
     auto device = std::make_unique<DeviceRecord>();
-    device->DeviceAddress = s.address;
-    device->DeviceName = s.name;
-    device->DevicePort = s.port;
+    // What was typed, and everything else of the device at its defaults.
+    const DeviceFields &t = s.typed;
+    static_cast<DeviceFields &>(*device) = t;
+    device->ChangedKeys = device->ShownChanges = 0;
     device->DeviceModel = s.model;
     device->DeviceSerial = s.serial;
     device->DeviceVersion = s.firmware;
@@ -58,14 +59,6 @@ std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const D
     // Units outside F, C, K and R are taken as F.
     const int units = int(s.units);
     device->DisplayUnits = units >= 0 && units <= 3 ? s.units : DisplayUnits::F;
-    device->QueryInterval = s.queryInterval;
-    device->LoggingEnabled = s.logging ? 1 : 0;
-    device->LogQueryFailures = s.logQueryFailures ? 1 : 0;
-    device->UseProxy = s.useProxy ? 1 : 0;
-    device->ProxyServerAddress = s.proxyAddress;
-    device->ProxyServerPort = s.proxyPort;
-    device->ProxyServerUserName = s.proxyUserName;
-    device->ProxyServerPassword = s.proxyPassword;
 
     const bool combined = isCombinedSensor(s.model);
     for (int i = 0; i < device->probeSlots(); ++i) {
@@ -92,8 +85,8 @@ std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const D
         p->EmailAlarmSubject = kDefaultSubject;
         p->EmailCautionSubject = kDefaultSubject;
         p->EmailClearedSubject = kDefaultSubject;
-        p->LogFile = probeFilePath(folder.logs(), s.name, i + 1, p->ProbeName.bytes(), "log");
-        p->DataLogFile = probeFilePath(folder.data(), s.name, i + 1, p->ProbeName.bytes(), "csv");
+        p->LogFile = probeFilePath(folder.logs(), t.DeviceName.bytes(), i + 1, p->ProbeName.bytes(), "log");
+        p->DataLogFile = probeFilePath(folder.data(), t.DeviceName.bytes(), i + 1, p->ProbeName.bytes(), "csv");
         p->ChartDataColor = defaultChartColor(i);
         p->ChartDataSymbol = defaultChartSymbol(i);
         device->Probes[std::size_t(i)] = std::move(p);

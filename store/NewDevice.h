@@ -2,8 +2,8 @@
 // the device) knows of it, and the records built from that.
 #pragma once
 
-#include "DataFolder.h"
-#include "Records.h"
+#include "store/DataFolder.h"
+#include "store/Records.h"
 
 #include <QByteArray>
 
@@ -16,18 +16,12 @@ namespace cz {
 inline constexpr const char *kDeviceModels[] = {"Model R4", "Model R16", "Model RM1", "Model P4", "Model P16"};
 
 struct NewDeviceSettings {
-    QByteArray address;
-    QByteArray name;
-    int port = 80;
+    // What was typed: address, name, port, interval, logging and proxy (the
+    // record's defaults until the operator changes them).
+    DeviceFields typed;
     QByteArray model;          // "Model R4", ...
     int probeCount = 0;
     DisplayUnits units = DisplayUnits::F;
-    int queryInterval = 30;
-    bool logging = false;
-    bool logQueryFailures = false;
-    bool useProxy = false;
-    QByteArray proxyAddress, proxyUserName, proxyPassword;
-    int proxyPort = 8080;
     QByteArray serial, firmware;
     std::array<QByteArray, 4> groupNames;
     std::array<QByteArray, kMaxProbes> probeNames;

@@ -1,7 +1,7 @@
-#include "ProgramSettings.h"
+#include "store/ProgramSettings.h"
 
-#include "CFormat.h"
-#include "IniFile.h"
+#include "store/CFormat.h"
+#include "store/IniFile.h"
 
 #include <cstdio>
 

@@ -2,7 +2,7 @@
 // start-up options and the layout of the probe list.
 #pragma once
 
-#include "FixedText.h"
+#include "store/FixedText.h"
 
 #include <QByteArray>
 

@@ -1,4 +1,4 @@
-#include "ProgramStatus.h"
+#include "store/ProgramStatus.h"
 
 namespace cz {
 

@@ -1,8 +1,8 @@
 // In-memory records of the monitored devices and their probes.
 #pragma once
 
-#include "FixedText.h"
-#include "History.h"
+#include "store/FixedText.h"
+#include "store/History.h"
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "AlarmEvaluation.h"
-#include "AlertActions.h"
-#include "NetTestSupport.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/AlertActions.h"
+#include "tests/NetTestSupport.h"
 
 #include <gtest/gtest.h>
 

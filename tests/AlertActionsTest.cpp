@@ -1,11 +1,11 @@
 // Alert programs, the voice dialer and the e-mail settings test.
-#include "AlertProgram.h"
-#include "EmailQueue.h"
-#include "EmailTest.h"
-#include "MailTestSupport.h"
-#include "NetTestSupport.h"
-#include "ScriptConsole.h"
-#include "VoiceDialer.h"
+#include "alerts/AlertProgram.h"
+#include "alerts/EmailQueue.h"
+#include "alerts/EmailTest.h"
+#include "tests/MailTestSupport.h"
+#include "tests/NetTestSupport.h"
+#include "alerts/ScriptConsole.h"
+#include "alerts/VoiceDialer.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,21 +43,21 @@ TEST(AlertProgram, StartsTheProgramWithItsOptionsAndLogsWhatCannotStart)
     writeFile(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"[$a]\"; done > \"$(dirname \"$0\")/ran.txt\"\n");
     QFile::setPermissions(QFile::decodeName(script), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 
-    RunAlertProgram(f.store(), 0, 2, "\"" + script + "\" -x 5 /name \"a-b c\" -path /tmp/a");
+    runAlertProgram(f.store(), 0, 2, "\"" + script + "\" -x 5 /name \"a-b c\" -path /tmp/a");
     EXPECT_TRUE(waitUntil([&] { return readFile(f.path("ran.txt")).count('\n') == 6; }, 5000));
     // "-" and "/" after a blank start an option and are dropped (so a bare
     // absolute path loses its first "/"); a quoted value keeps its quotes.
     EXPECT_EQ(readFile(f.path("ran.txt")).toStdString(), "[x]\n[5]\n[name]\n[\"a-b c\"]\n[path]\n[tmp/a]\n");
     EXPECT_TRUE(f.logOf(2).isEmpty());
 
-    RunAlertProgram(f.store(), 0, 2, "\"scripts/alert.sh\"");
-    RunAlertProgram(f.store(), 0, 2, "/bin/missing-program -x");
+    runAlertProgram(f.store(), 0, 2, "\"scripts/alert.sh\"");
+    runAlertProgram(f.store(), 0, 2, "/bin/missing-program -x");
     EXPECT_EQ(f.logOf(2), QList<QByteArray>({"Spawn of \"\"scripts/alert.sh\"\" for device 0 probe 2 failed. (invalid "
                                              "path format)",
                                              "Spawn of \"/bin/missing-program -x\" for device 0 probe 2 failed. "
                                              "Reason: 2"}));
     f.device->LoggingEnabled = 0;
-    RunAlertProgram(f.store(), 0, 2, "relative");
+    runAlertProgram(f.store(), 0, 2, "relative");
     EXPECT_EQ(f.logOf(2).size(), 2);
 }
 
@@ -74,7 +74,7 @@ TEST(VoiceDialer, PulsesDtrAndLogsOncePerProbeToEveryEnabledProbe)
     VoiceDialer dialer(f.store());
     int finished = 0;
     QObject::connect(&dialer, &VoiceDialer::finished, [&] { ++finished; });
-    dialer.TriggerVoiceDialer(0, 0);
+    dialer.trigger(0, 0);
     EXPECT_TRUE(f.logOf(0).isEmpty()); // not before the pulse has ended
     EXPECT_TRUE(waitUntil([&] { return finished == 1; }, 3000));
     const QByteArray line = "Triggered voice dialer on " + pts + " for device 0.";
@@ -86,7 +86,7 @@ TEST(VoiceDialer, PulsesDtrAndLogsOncePerProbeToEveryEnabledProbe)
 
     f.store().settings.SerialPortPattern = "/dev/corvanta-no-port%d";
     f.device->DialerPort = 3;
-    dialer.TriggerVoiceDialer(0, 0);
+    dialer.trigger(0, 0);
     EXPECT_EQ(f.logOf(2).last(), "Error initializing /dev/corvanta-no-port2 for device 0.");
     EXPECT_EQ(f.logOf(2).count("Error initializing /dev/corvanta-no-port2 for device 0."), 1);
 }
@@ -112,11 +112,11 @@ TEST(EmailSettingsTest, SendsATestToEachRecipientPausingAfterEach)
     fields.templatePath = f.path("test.txt");
     writeFile(fields.templatePath, "$ALARM_STATE $CURRENT_VALUE over $THRESH_EXCEEDED, $CONSECUTIVE_COUNT of "
                                    "$CONSECUTIVE_THRESH, $PROBE_NUMBER");
-    EXPECT_FALSE(RunProbeEmailTest(context, fields, "Lab", kDefaultSubject, queue));
+    EXPECT_FALSE(runProbeEmailTest(context, fields, "Lab", kDefaultSubject, queue));
     EXPECT_EQ(faults, QStringList{"Please designate an SMTP port for outgoing mail."});
 
     fields.portText = QByteArray::number(server.port());
-    ASSERT_TRUE(RunProbeEmailTest(context, fields, "Lab", kDefaultSubject, queue));
+    ASSERT_TRUE(runProbeEmailTest(context, fields, "Lab", kDefaultSubject, queue));
     ASSERT_TRUE(waitUntil([&] { return console.running(); }));
     const QByteArray script = readFile(f.path("email_test.sh"));
     EXPECT_EQ(script.count("echo 'Press any key to test the next recipient in the list, or CTRL-C to abort.'\n"), 2);

@@ -1,12 +1,12 @@
 // Alert e-mail: what the engine's alarms send, the working files and
 // scripts, the configuration errors, and the query-failure e-mail.
-#include "AlarmEvaluation.h"
-#include "AlertDispatcher.h"
-#include "MailTestSupport.h"
-#include "NetTestSupport.h"
-#include "ProbeAlertEmail.h"
-#include "QueryCycle.h"
-#include "SoundPlayer.h"
+#include "monitor/AlarmEvaluation.h"
+#include "alerts/AlertDispatcher.h"
+#include "tests/MailTestSupport.h"
+#include "tests/NetTestSupport.h"
+#include "alerts/ProbeAlertEmail.h"
+#include "monitor/QueryCycle.h"
+#include "alerts/SoundPlayer.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -130,7 +130,7 @@ TEST(AlertEmail, TheWorkingFilesAndTheScriptHoldExactlyWhatIsSent)
     seventh.EmailCautionSubject = "";
     seventh.CurrentValueText = "38.5";
     d.LastContactTimeVal = f.clock.now();
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 6, 40.0);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 6, 40.0);
     EXPECT_TRUE(f.queueDone());
 
     EXPECT_EQ(f.status.text(), "Status: sending alert email for Lab:Inlet (probe 7)...");
@@ -154,7 +154,7 @@ TEST(AlertEmail, ClearAndSwitchAlertsUseTheirFixedBodies)
     p.EmailTemplate = ""; // a clear needs no template
     p.ProbeName = "Inlet";
     p.ProbeNumber = 1;
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 0, kNoValue);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 0, kNoValue);
     EXPECT_TRUE(f.queueDone());
     EXPECT_EQ(f.file("email_body.tmp"), "An alarm condition has been cleared by the device named Lab\r\non the probe "
                                         "named Inlet (probe number 01).\r\nThe alarm was cleared on Sat, Nov 14, "
@@ -167,7 +167,7 @@ TEST(AlertEmail, ClearAndSwitchAlertsUseTheirFixedBodies)
     door.ProbeName = "Door";
     door.ProbeNumber = 2;
     door.AlarmState = AlarmState::HighAlarm;
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 1, 0);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 1, 0);
     EXPECT_TRUE(f.queueDone());
     EXPECT_EQ(f.file("email_body.tmp"), "A switch alarm has been reported by the device named Lab\r\non the probe "
                                         "named Door (probe number 02).\r\nThe alarm occured on Sat, Nov 14, 2026 at "
@@ -182,22 +182,22 @@ TEST(AlertEmail, ConfigurationFaultsAreLoggedOnlyWhenTheDeviceLogsThem)
     ProbeRecord &p = *d.probe(2);
     p.AlarmState = AlarmState::HighAlarm;
     d.LogQueryFailures = 0;
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     EXPECT_FALSE(exists(f.store().folder().emailErrorLog()));
 
     d.LogQueryFailures = 1;
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     p.SMTPServer = "127.0.0.1";
     p.EmailTo = "ops@lab.example";
     p.EmailFrom = "monitor@lab.example";
     p.EmailTemplate = "";
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     writeFile(f.path("big.txt"), QByteArray(16385, 'x'));
     p.EmailTemplate = f.path("big.txt");
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     p.EmailTemplate = f.path("Templates/DefaultEmailTemplate.txt");
     p.EmailTo = f.path("missing.TXT");
-    SendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
+    sendProbeAlertEmail(f.store(), f.alerts.emailQueue(), 0, 2, 85);
     EXPECT_TRUE(f.queueDone());
     // Device counted from 0, probe from 1; entries run on with no line end.
     const QByteArray prefix = "11-14-26 13:05:09: Sat, Nov 14, 2026 13:05:09 PM Error in configuration for device 0, "

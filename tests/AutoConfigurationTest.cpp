@@ -1,5 +1,5 @@
-#include "AutoConfiguration.h"
-#include "NetTestSupport.h"
+#include "net/AutoConfiguration.h"
+#include "tests/NetTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -9,19 +9,19 @@ using devsim::Fault;
 
 namespace {
 
-struct AutoConfFixture : NetFixture {
+struct AutoConfigFixture : NetFixture {
     // Runs the whole automatic configuration against simulated device `index`.
-    AutoConfResult configure(int index, const QByteArray &typedName = {}, bool log = true)
+    AutoConfigResult configure(int index, const QByteArray &typedName = {}, bool log = true)
     {
         DeviceAutoConfiguration service(store(), session);
-        AutoConfRequest request;
+        AutoConfigRequest request;
         request.address = "127.0.0.1";
         request.port = sim.port(index);
         request.typedName = typedName;
         request.logQueryFailures = log;
         bool done = false;
-        AutoConfResult result;
-        service.FetchDeviceConfiguration(request, [&](const AutoConfResult &r) {
+        AutoConfigResult result;
+        service.fetchDeviceConfiguration(request, [&](const AutoConfigResult &r) {
             result = r;
             done = true;
         });
@@ -49,7 +49,7 @@ QList<QByteArray> names(const FetchedConfiguration &c)
 
 TEST(AutoConfiguration, AFourProbeDeviceGivesItsNameModelAndProbeNames)
 {
-    AutoConfFixture f;
+    AutoConfigFixture f;
     devsim::SimDevice d = simDevice("model r4", {1, 2, 3, 4}, "Lab");
     d.serial = "S123";
     for (int i = 0; i < 4; ++i)
@@ -57,7 +57,7 @@ TEST(AutoConfiguration, AFourProbeDeviceGivesItsNameModelAndProbeNames)
     f.sim.addDevice(d);
     EXPECT_EQ(d.page("/config", 0), "S123|Lab|model r4|4|1|Probe A|2|Probe B|3|Probe C|4|Probe D");
 
-    AutoConfResult r = f.configure(0);
+    AutoConfigResult r = f.configure(0);
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(r.configuration.modelIndex, 0);
     EXPECT_EQ(r.configuration.model.bytes(), "Model R4");
@@ -75,12 +75,12 @@ TEST(AutoConfiguration, AFourProbeDeviceGivesItsNameModelAndProbeNames)
 
 TEST(AutoConfiguration, PModelsReadTheirScaleButEndInFahrenheit)
 {
-    AutoConfFixture f;
+    AutoConfigFixture f;
     devsim::SimDevice d = simDevice("Model P4", {5, 6, 7, 8});
     d.units = 'C';
     f.sim.addDevice(d);
     EXPECT_EQ(unitsFromRootPage(d.page("/", 0)), DisplayUnits::C);
-    const AutoConfResult r = f.configure(0);
+    const AutoConfigResult r = f.configure(0);
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(f.paths(0), (QStringList{"/config", "/"}));
     EXPECT_EQ(r.configuration.units, DisplayUnits::F);
@@ -88,12 +88,12 @@ TEST(AutoConfiguration, PModelsReadTheirScaleButEndInFahrenheit)
 
 TEST(AutoConfiguration, TheMultiSensorModelKeepsItsScaleGroupsAndSensorTypes)
 {
-    AutoConfFixture f;
+    AutoConfigFixture f;
     devsim::SimDevice d = simDevice("Model RM1", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, "Greenhouse");
     d.units = 'K';
     d.firmware = "3.07";
     f.sim.addDevice(d);
-    const AutoConfResult r = f.configure(0);
+    const AutoConfigResult r = f.configure(0);
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(f.paths(0), (QStringList{"/config", "/data"}));
     const FetchedConfiguration &c = r.configuration;
@@ -111,11 +111,11 @@ TEST(AutoConfiguration, TheMultiSensorModelKeepsItsScaleGroupsAndSensorTypes)
 
 TEST(AutoConfiguration, AnUnknownModelGivesTheUnsupportedDeviceMessageAndItsLogEntry)
 {
-    AutoConfFixture f;
+    AutoConfigFixture f;
     f.sim.addDevice(simDevice("Model X9", {1}));
-    const AutoConfResult r = f.configure(0);
+    const AutoConfigResult r = f.configure(0);
     EXPECT_FALSE(r.ok);
-    const QByteArray log = f.store().folder().autoConfErrorLog();
+    const QByteArray log = f.store().folder().autoConfigErrorLog();
     const QByteArray message = "This is an unsupported device or the query failed.\n"
                                "Please verify the device connection and type.\n\n"
                                "Details about the error returned by the communications\n"
@@ -130,10 +130,10 @@ TEST(AutoConfiguration, AnUnknownModelGivesTheUnsupportedDeviceMessageAndItsLogE
 
 TEST(AutoConfiguration, ThreeRefusedConnectionsEndInTheAttemptStatusAndTheUnsupportedMessage)
 {
-    AutoConfFixture f;
+    AutoConfigFixture f;
     f.sim.addDevice(simDevice("Model R4", {1}));
     f.sim.setFault(0, Fault::Refuse);
-    const AutoConfResult r = f.configure(0);
+    const AutoConfigResult r = f.configure(0);
     EXPECT_FALSE(r.ok);
     EXPECT_TRUE(r.errorMessage.startsWith("This is an unsupported device or the query failed."));
     EXPECT_EQ(f.statuses.last(), "ERROR: device query failed (attempt #3, check error log...");
@@ -142,7 +142,7 @@ TEST(AutoConfiguration, ThreeRefusedConnectionsEndInTheAttemptStatusAndTheUnsupp
 
 TEST(AutoConfiguration, ADeviceNameThatCannotNameAFileIsMadeSafe)
 {
-    AutoConfFixture f;
+    AutoConfigFixture f;
     f.sim.addDevice(simDevice("Model R4", {1}, "../../etc/passwd"));
     EXPECT_EQ(f.configure(0).configuration.name.bytes(), ".._.._etc_passwd");
     EXPECT_EQ(validDeviceName(".."), "New Device");
@@ -153,14 +153,14 @@ TEST(AutoConfiguration, ADeviceNameThatCannotNameAFileIsMadeSafe)
 TEST(AutoConfiguration, MissingFieldsReadAsEmptyAndTheCountAsItsInteger)
 {
     FetchedConfiguration c;
-    ASSERT_TRUE(ParseDeviceConfiguration(" S1 | Lab |MODEL P16| lots |x|Only", {}, DisplayUnits::C, c));
+    ASSERT_TRUE(parseDeviceConfiguration(" S1 | Lab |MODEL P16| lots |x|Only", {}, DisplayUnits::C, c));
     EXPECT_EQ(c.modelIndex, 4);
     EXPECT_EQ(c.probeCount, 0);
     EXPECT_EQ(c.probeNamesFilled, 16);
     EXPECT_EQ(c.probeNames[0].bytes(), "Only");
     EXPECT_EQ(c.probeNames[1].bytes(), "");
     EXPECT_EQ(c.units, DisplayUnits::F);
-    EXPECT_FALSE(ParseDeviceConfiguration("", {}, DisplayUnits::F, c));
+    EXPECT_FALSE(parseDeviceConfiguration("", {}, DisplayUnits::F, c));
     EXPECT_EQ(unitsFromDataReply("R|1|2"), DisplayUnits::R);
     EXPECT_EQ(unitsFromDataReply("x|1"), DisplayUnits::F);
     EXPECT_EQ(unitsFromRootPage("72&deg;C"), DisplayUnits::F); // no markup after it

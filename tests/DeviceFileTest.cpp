@@ -1,8 +1,8 @@
-#include "DeviceFile.h"
-#include "DeviceSettingsCheck.h"
-#include "DeviceStore.h"
-#include "IniFile.h"
-#include "TestSupport.h"
+#include "store/DeviceFile.h"
+#include "store/DeviceSettingsCheck.h"
+#include "store/DeviceStore.h"
+#include "store/IniFile.h"
+#include "tests/TestSupport.h"
 
 #include <QDir>
 #include <QTemporaryDir>

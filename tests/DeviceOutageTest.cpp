@@ -1,8 +1,8 @@
 // A device that stops answering, end to end: the program runs headless
 // against a simulator process and a real mail server; the simulator is
 // killed and later started again on the same port.
-#include "MailTestSupport.h"
-#include "TestSupport.h"
+#include "tests/MailTestSupport.h"
+#include "tests/TestSupport.h"
 
 #include <QDir>
 #include <QJsonArray>

@@ -1,4 +1,4 @@
-#include "NetTestSupport.h"
+#include "tests/NetTestSupport.h"
 
 #include <QProcess>
 #include <QTemporaryFile>

@@ -1,7 +1,7 @@
-#include "DeviceStore.h"
-#include "DailyRollover.h"
-#include "LogFiles.h"
-#include "TestSupport.h"
+#include "store/DeviceStore.h"
+#include "monitor/DailyRollover.h"
+#include "store/LogFiles.h"
+#include "tests/TestSupport.h"
 
 #include <QDir>
 
@@ -14,8 +14,8 @@ TEST(EventLog, ProbeLogLinesAreDatedAndEndInCrLf)
 {
     DataFolderFixture f;
     const QByteArray log = f.path("probe.log");
-    AppendProbeLog(f.clock, log, "Corvanta Zephtra program starting.");
-    AppendProbeLog(f.clock, log, "DevicePort saved as \"8081\"");
+    appendProbeLog(f.clock, log, "Corvanta Zephtra program starting.");
+    appendProbeLog(f.clock, log, "DevicePort saved as \"8081\"");
     EXPECT_EQ(readFile(log),
               "11-14-26 13:05:09: Corvanta Zephtra program starting.\r\n"
               "11-14-26 13:05:09: DevicePort saved as \"8081\"\r\n");
@@ -25,10 +25,10 @@ TEST(EventLog, ErrorLogEntriesAddNoLineEnd)
 {
     DataFolderFixture f;
     const QByteArray log = f.path("InternetError.log");
-    AppendErrorLog(f.clock, log, "The operation timed out\r\n");
+    appendErrorLog(f.clock, log, "The operation timed out\r\n");
     f.clock.advance(61);
-    AppendErrorLog(f.clock, log, "no line break");
-    AppendErrorLog(f.clock, log, "next");
+    appendErrorLog(f.clock, log, "no line break");
+    appendErrorLog(f.clock, log, "next");
     EXPECT_EQ(readFile(log), "11-14-26 13:05:09: The operation timed out\r\n"
                              "11-14-26 13:06:10: no line break11-14-26 13:06:10: next");
 }
@@ -37,16 +37,16 @@ TEST(EventLog, DataLinesHoldDateTimeAndDisplayText)
 {
     DataFolderFixture f;
     const QByteArray csv = f.path("probe.csv");
-    AppendDataLine(csv, "11-14-26", "13:05:09", "71.5");
-    AppendDataLine(csv, "11-14-26", "13:05:14", "Open");
+    appendDataLine(csv, "11-14-26", "13:05:09", "71.5");
+    appendDataLine(csv, "11-14-26", "13:05:14", "Open");
     EXPECT_EQ(readFile(csv), "11-14-26,13:05:09,71.5\r\n11-14-26,13:05:14,Open\r\n");
 }
 
 TEST(EventLog, AFileThatCannotBeOpenedIsSkippedQuietly)
 {
     DataFolderFixture f;
-    AppendProbeLog(f.clock, f.path("no/such/folder/x.log"), "lost");
-    AppendProbeLog(f.clock, "", "lost");
+    appendProbeLog(f.clock, f.path("no/such/folder/x.log"), "lost");
+    appendProbeLog(f.clock, "", "lost");
     EXPECT_FALSE(exists(f.path("no")));
 }
 
@@ -57,18 +57,18 @@ TEST(EventLog, TheFirstReadingAfterMidnightMovesTheDaysFilesIntoFoldersNamedByTh
     s.readProgramSettings();
     f.clock.set(1794700798);  // 11-14-26 23:59:58
     s.currentDateText = "11-14-26";
-    RollOverDailyFiles(s);  // same day: nothing moves
+    rollOverDailyFiles(s);  // same day: nothing moves
     writeFile(f.path("Data/Lab-Probe01-(A).csv"), "11-14-26,23:59:58,70.0\r\n");
     writeFile(f.path("Logs/Lab-Probe01-(A).log"), "old log\r\n");
     QDir().mkpath(QFile::decodeName(f.path("Data/kept folder")));
     QDir().mkpath(QFile::decodeName(f.path("Logs/11-14-26")));
     writeFile(f.path("Logs/11-14-26/Lab-Probe02-(B).log"), "already there\r\n");
     writeFile(f.path("Logs/Lab-Probe02-(B).log"), "cannot move\r\n");
-    RollOverDailyFiles(s);
+    rollOverDailyFiles(s);
     EXPECT_TRUE(exists(f.path("Data/Lab-Probe01-(A).csv")));
 
     f.clock.advance(3);  // 00:00:01 the next day
-    RollOverDailyFiles(s);
+    rollOverDailyFiles(s);
     EXPECT_EQ(s.currentDateText, "11-15-26");
     EXPECT_EQ(readFile(f.path("Data/11-14-26/Lab-Probe01-(A).csv")), "11-14-26,23:59:58,70.0\r\n");
     EXPECT_EQ(readFile(f.path("Logs/11-14-26/Lab-Probe01-(A).log")), "old log\r\n");

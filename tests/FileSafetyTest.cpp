@@ -1,11 +1,11 @@
 // What reaches the disk stays whole and private: interrupted saves, a full
 // disk, file modes, and texts and numbers that would break a file.
-#include "AutoConfiguration.h"
-#include "CFormat.h"
-#include "DeviceFile.h"
-#include "FileWrite.h"
-#include "IniFile.h"
-#include "NetTestSupport.h"
+#include "net/AutoConfiguration.h"
+#include "store/CFormat.h"
+#include "store/DeviceFile.h"
+#include "store/FileWrite.h"
+#include "store/IniFile.h"
+#include "tests/NetTestSupport.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -192,7 +192,7 @@ TEST(FileSafety, LineBreaksFromADeviceCannotAddAKey)
 {
     DataFolderFixture f;
     FetchedConfiguration fetched;
-    ASSERT_TRUE(ParseDeviceConfiguration("SN1|Lab|Model R4|1|1|Inlet\r\nProgramAlarm=/bin/evil\r\n[Probe02]", "", DisplayUnits::F,
+    ASSERT_TRUE(parseDeviceConfiguration("SN1|Lab|Model R4|1|1|Inlet\r\nProgramAlarm=/bin/evil\r\n[Probe02]", "", DisplayUnits::F,
                                          fetched));
     EXPECT_EQ(fetched.probeNames[0].bytes(), "Inlet  ProgramAlarm=/bin/evil  [Probe02]");
 

@@ -1,10 +1,10 @@
 // The charts' histories come back from the data files after a restart,
 // also from the folder the daily rollover moved yesterday's files into.
-#include "AlarmEvaluation.h"
-#include "AlertActions.h"
-#include "HistoryLoader.h"
-#include "NetTestSupport.h"
-#include "QueryCycle.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/AlertActions.h"
+#include "monitor/HistoryLoader.h"
+#include "tests/NetTestSupport.h"
+#include "monitor/QueryCycle.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -137,7 +137,7 @@ TEST(HistoryReload, SamplesTakenWhileLoadingFollowTheLoadedOnesAndBadLinesAreSki
     d.Probes[0] = std::make_unique<ProbeRecord>();
     d.Probes[0]->ProbeEnabled = 1;
     d.Probes[0]->CurrentTemp = 80;
-    AppendHistorySample(d, true, job.before);  // a query while the files were read
+    appendHistorySample(d, true, job.before);  // a query while the files were read
     ASSERT_TRUE(placeDeviceHistory(d, *loaded, 1));
     const ValueHistory &v = d.Probes[0]->Values;
     EXPECT_EQ(v.at(TimeHistory::kNewest), 80);

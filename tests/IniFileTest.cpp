@@ -1,5 +1,5 @@
-#include "IniFile.h"
-#include "TestSupport.h"
+#include "store/IniFile.h"
+#include "tests/TestSupport.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "MailTestSupport.h"
+#include "tests/MailTestSupport.h"
 
-#include "NetTestSupport.h"
+#include "tests/NetTestSupport.h"
 
 #include <QDir>
 #include <QFile>

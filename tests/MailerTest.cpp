@@ -1,6 +1,6 @@
 // corvanta-mailer against a real SMTP server on 127.0.0.1.
-#include "MailTestSupport.h"
-#include "TestSupport.h"
+#include "tests/MailTestSupport.h"
+#include "tests/TestSupport.h"
 
 #include <QJsonArray>
 #include <QTemporaryDir>

@@ -1,8 +1,8 @@
 // The metrics port against clients that do not play by the rules: what
 // each kind of request gets, and a flood of idle connections, a huge upload
 // and a client that never reads, all at once, while a device is polled.
-#include "MetricsServer.h"
-#include "NetTestSupport.h"
+#include "net/MetricsServer.h"
+#include "tests/NetTestSupport.h"
 
 #include <QDateTime>
 #include <QDir>

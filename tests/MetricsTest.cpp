@@ -1,8 +1,8 @@
 // The metrics page as Prometheus scrapes it: the program runs headless
 // against simulated devices, and the page is fetched over loopback.
-#include "MetricsServer.h"
-#include "NetTestSupport.h"
-#include "TestSupport.h"
+#include "net/MetricsServer.h"
+#include "tests/NetTestSupport.h"
+#include "tests/TestSupport.h"
 
 #include <QDir>
 #include <QNetworkAccessManager>

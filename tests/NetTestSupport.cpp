@@ -1,7 +1,7 @@
-#include "NetTestSupport.h"
+#include "tests/NetTestSupport.h"
 
-#include "CFormat.h"
-#include "Records.h"
+#include "store/CFormat.h"
+#include "store/Records.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -31,22 +31,22 @@ QList<QByteArray> RecordingEvaluation::textsFor(int slot) const
     return out;
 }
 
-DeviceRecord &addDevice(DeviceStore &app, const QByteArray &name, const QByteArray &model, int port,
+DeviceRecord &addDevice(DeviceStore &store, const QByteArray &name, const QByteArray &model, int port,
                         std::initializer_list<ProbeType> types)
 {
-    const int slot = app.deviceCount();
-    auto device = newDeviceRecord(app.folder().root, name, model, port, int(types.size()));
+    const int slot = store.deviceCount();
+    auto device = newDeviceRecord(store.folder().root, name, model, port, int(types.size()));
     device->LogQueryFailures = 1;
     int i = 0;
     for (ProbeType type : types) {
         ProbeRecord *probe = device->probe(i++);
         probe->ProbeType = type;
         probe->ProbeName = "P" + QByteArray::number(i);
-        probe->LogFile = probeFilePath(app.folder().logs(), name, i, probe->ProbeName.bytes(), "log");
+        probe->LogFile = probeFilePath(store.folder().logs(), name, i, probe->ProbeName.bytes(), "log");
     }
-    resetRunState(*device, slot, app.folder().root);
-    app.addDevice(std::move(device));
-    return *app.deviceForUpdate(slot);
+    resetRunState(*device, slot, store.folder().root);
+    store.addDevice(std::move(device));
+    return *store.deviceForUpdate(slot);
 }
 
 devsim::SimDevice simDevice(const QByteArray &model, std::initializer_list<double> values, const QByteArray &name)

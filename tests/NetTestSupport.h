@@ -2,10 +2,10 @@
 // matching records in the program state, and a recording alarm evaluation.
 #pragma once
 
-#include "DeviceSimulator.h"
-#include "HttpSession.h"
-#include "ProbeEvaluation.h"
-#include "TestSupport.h"
+#include "tools/devsim/DeviceSimulator.h"
+#include "net/HttpSession.h"
+#include "monitor/ProbeEvaluation.h"
+#include "tests/TestSupport.h"
 
 #include <functional>
 #include <initializer_list>
@@ -36,7 +36,7 @@ public:
 
 // A device record in the next slot, with enabled probes of the given types,
 // logging on and the usual log and data file paths.
-DeviceRecord &addDevice(DeviceStore &app, const QByteArray &name, const QByteArray &model, int port,
+DeviceRecord &addDevice(DeviceStore &store, const QByteArray &name, const QByteArray &model, int port,
                         std::initializer_list<ProbeType> types);
 
 // A simulated device whose probes hold the given values.

@@ -1,5 +1,5 @@
 // The records of a device being added, from what was typed or fetched.
-#include "NewDevice.h"
+#include "store/NewDevice.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ TEST(NewDevice, AddGivesEachModelItsProbesNamedWithABlank)
 TEST(NewDevice, TheCombinedSensorHasFourGroupsAndUnnamedProbesAreNamedWithoutABlank)
 {
     NewDeviceSettings s;
-    s.name = "Barn";
+    s.typed.DeviceName = "Barn";
     s.model = "Model RM1";
     s.probeCount = 12;
     s.units = DisplayUnits::K;
@@ -60,7 +60,7 @@ TEST(NewDevice, TheCombinedSensorHasFourGroupsAndUnnamedProbesAreNamedWithoutABl
 TEST(NewDevice, UnitsOutsideTheFourScalesAreFahrenheit)
 {
     NewDeviceSettings s;
-    s.name = "X";
+    s.typed.DeviceName = "X";
     s.model = "Model R4";
     s.probeCount = 4;
     s.units = static_cast<DisplayUnits>(7);

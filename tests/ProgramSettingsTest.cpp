@@ -1,6 +1,6 @@
-#include "DeviceStore.h"
-#include "DeviceFile.h"
-#include "TestSupport.h"
+#include "store/DeviceStore.h"
+#include "store/DeviceFile.h"
+#include "tests/TestSupport.h"
 
 #include <QDir>
 

@@ -1,9 +1,9 @@
-#include "AlarmEvaluation.h"
-#include "AlertActions.h"
-#include "CFormat.h"
-#include "DeviceFile.h"
-#include "NetTestSupport.h"
-#include "QueryCycle.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/AlertActions.h"
+#include "store/CFormat.h"
+#include "store/DeviceFile.h"
+#include "tests/NetTestSupport.h"
+#include "monitor/QueryCycle.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -627,15 +627,15 @@ TEST(DeviceQuery, ALateQueryAppendsOneSamplePerIntervalMissed)
     d.Probes[0] = std::make_unique<ProbeRecord>();
     d.Probes[0]->ProbeEnabled = 1;
     d.Probes[0]->CurrentTemp = 71.5;
-    AppendHistorySample(d, true, 1000.25);
-    AppendHistorySample(d, true, 1030.5); // three intervals later
+    appendHistorySample(d, true, 1000.25);
+    appendHistorySample(d, true, 1030.5); // three intervals later
     EXPECT_EQ(d.Times.at(TimeHistory::kNewest), 1030.25);
     EXPECT_EQ(d.Times.at(TimeHistory::kNewest - 1), 1020.25);
     EXPECT_EQ(d.Times.at(TimeHistory::kNewest - 3), 1000.25);
     EXPECT_EQ(d.Probes[0]->Values.at(TimeHistory::kNewest - 2), 71.5f);
     EXPECT_EQ(d.Times.at(TimeHistory::kNewest - 4), kNoValue);
     d.Probes[0]->ProbeEnabled = 0;
-    AppendHistorySample(d, true, 1040.5);
+    appendHistorySample(d, true, 1040.5);
     EXPECT_EQ(d.Probes[0]->Values.newest(), kNoValue);
 }
 

@@ -1,6 +1,6 @@
-#include "NetTestSupport.h"
-#include "ReplyApplication.h"
-#include "ReplyParser.h"
+#include "tests/NetTestSupport.h"
+#include "monitor/ReplyApplication.h"
+#include "net/ReplyParser.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ constexpr auto S = ProbeType::Switch;
 
 struct ParserFixture : DataFolderFixture {
     ParserFixture() { store().readProgramSettings(); store().currentDateText = "11-14-26"; }
-    int parse(const QByteArray &reply, int slot = 0) { return ApplyDeviceReply(store(), slot, reply, 1, &evaluation); }
+    int parse(const QByteArray &reply, int slot = 0) { return applyDeviceReply(store(), slot, reply, 1, &evaluation); }
     QByteArray shown(int probe, int slot = 0) { return store().device(slot)->probe(probe)->CurrentValueText.bytes(); }
     RecordingEvaluation evaluation;
 };
@@ -106,18 +106,18 @@ TEST(ReplyParser, TemperaturesAreConvertedToTheProbeScaleAndRoundedFirst)
 TEST(ReplyParser, ConversionTableRowByRow)
 {
     using U = DisplayUnits;
-    EXPECT_EQ(ConvertTemperatureText(U::F, U::C, "212"), "100.0");
-    EXPECT_EQ(ConvertTemperatureText(U::F, U::K, "32"), "273.1");
-    EXPECT_EQ(ConvertTemperatureText(U::F, U::R, "0"), "459.7");
-    EXPECT_EQ(ConvertTemperatureText(U::C, U::K, "0"), "273.1");
-    EXPECT_EQ(ConvertTemperatureText(U::C, U::R, "100"), "671.7");
-    EXPECT_EQ(ConvertTemperatureText(U::K, U::C, "300"), "26.9");
-    EXPECT_EQ(ConvertTemperatureText(U::K, U::R, "100"), "180.0");
-    EXPECT_EQ(ConvertTemperatureText(U::R, U::F, "500"), "40.3");
-    EXPECT_EQ(ConvertTemperatureText(U::R, U::C, "491.67"), "0.0");
-    EXPECT_EQ(ConvertTemperatureText(U::R, U::K, "180"), "100.0");
-    EXPECT_EQ(ConvertTemperatureText(U(7), U::F, "12.34"), "12.3");
-    EXPECT_EQ(ConvertTemperatureText(U::F, U::C, "warm"), "-17.8");
+    EXPECT_EQ(convertTemperatureText(U::F, U::C, "212"), "100.0");
+    EXPECT_EQ(convertTemperatureText(U::F, U::K, "32"), "273.1");
+    EXPECT_EQ(convertTemperatureText(U::F, U::R, "0"), "459.7");
+    EXPECT_EQ(convertTemperatureText(U::C, U::K, "0"), "273.1");
+    EXPECT_EQ(convertTemperatureText(U::C, U::R, "100"), "671.7");
+    EXPECT_EQ(convertTemperatureText(U::K, U::C, "300"), "26.9");
+    EXPECT_EQ(convertTemperatureText(U::K, U::R, "100"), "180.0");
+    EXPECT_EQ(convertTemperatureText(U::R, U::F, "500"), "40.3");
+    EXPECT_EQ(convertTemperatureText(U::R, U::C, "491.67"), "0.0");
+    EXPECT_EQ(convertTemperatureText(U::R, U::K, "180"), "100.0");
+    EXPECT_EQ(convertTemperatureText(U(7), U::F, "12.34"), "12.3");
+    EXPECT_EQ(convertTemperatureText(U::F, U::C, "warm"), "-17.8");
 }
 
 TEST(ReplyParser, DataLinesNeedAnEnabledProbeOnALoggingDevice)

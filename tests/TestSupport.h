@@ -1,8 +1,8 @@
 #pragma once
 
-#include "DeviceStore.h"
-#include "Clock.h"
-#include "ProbeLog.h"
+#include "store/DeviceStore.h"
+#include "store/Clock.h"
+#include "store/ProbeLog.h"
 
 #include <QByteArray>
 #include <QProcess>

@@ -2,7 +2,7 @@
 // tests answer from a script.
 #pragma once
 
-#include "DeviceStore.h"
+#include "store/DeviceStore.h"
 
 #include <QString>
 

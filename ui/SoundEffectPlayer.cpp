@@ -1,4 +1,4 @@
-#include "SoundEffectPlayer.h"
+#include "ui/SoundEffectPlayer.h"
 
 #include <QFile>
 #include <QSoundEffect>

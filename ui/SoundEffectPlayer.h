@@ -1,7 +1,7 @@
 // Alert sounds through the system's audio output.
 #pragma once
 
-#include "SoundPlayer.h"
+#include "alerts/SoundPlayer.h"
 
 #include <QObject>
 

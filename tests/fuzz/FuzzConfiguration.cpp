@@ -1,8 +1,8 @@
 // libFuzzer target: any bytes as a device's "/config" reply, its "/data"
 // reply and its root page.
-#include "AutoConfiguration.h"
-#include "DeviceFile.h"
-#include "HttpSession.h"
+#include "net/AutoConfiguration.h"
+#include "store/DeviceFile.h"
+#include "net/HttpSession.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 {
     const QByteArray text = replyText(QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)));
     FetchedConfiguration configuration;
-    if (ParseDeviceConfiguration(text, {}, unitsFromDataReply(text), configuration)) {
+    if (parseDeviceConfiguration(text, {}, unitsFromDataReply(text), configuration)) {
         // A name that came from the device must be usable as a file name.
         if (!deviceNameProblem(configuration.name.bytes()).isEmpty())
             std::abort();

@@ -1,13 +1,13 @@
 // libFuzzer target: any bytes as a device's readings reply. The first two
 // bytes choose the model, the probe count and types and the scales.
-#include "AlarmEvaluation.h"
-#include "AlertActions.h"
-#include "DeviceStore.h"
-#include "CFormat.h"
-#include "LogFiles.h"
-#include "HttpSession.h"
-#include "ReplyApplication.h"
-#include "ReplyParser.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/AlertActions.h"
+#include "store/DeviceStore.h"
+#include "store/CFormat.h"
+#include "store/LogFiles.h"
+#include "net/HttpSession.h"
+#include "monitor/ReplyApplication.h"
+#include "net/ReplyParser.h"
 
 #include <QTemporaryDir>
 
@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         probe.SendAlarmEmail = probe.SendClearEmail = probe.AlarmSound = 1;
     }
     const QByteArray body(reinterpret_cast<const char *>(data + 2), qsizetype(size - 2));
-    ApplyDeviceReply(setup.state, 0, replyText(body), 1, &setup.evaluation);
-    ConvertTemperatureText(DisplayUnits(data[1] & 7), DisplayUnits(data[0] & 7), replyText(body));
+    applyDeviceReply(setup.state, 0, replyText(body), 1, &setup.evaluation);
+    convertTemperatureText(DisplayUnits(data[1] & 7), DisplayUnits(data[0] & 7), replyText(body));
     return 0;
 }

@@ -1,6 +1,6 @@
-#include "ChartFixture.h"
+#include "tests/ui/ChartFixture.h"
 
-#include "NewDevice.h"
+#include "store/NewDevice.h"
 
 #include <gtest/gtest.h>
 
@@ -23,12 +23,12 @@ int ChartFixture::addDevice(const QByteArray &name, const QByteArray &model, int
                             const QList<QByteArray> &types)
 {
     NewDeviceSettings settings;
-    settings.address = "127.0.0.1";
-    settings.name = name;
+    settings.typed.DeviceAddress = "127.0.0.1";
+    settings.typed.DeviceName = name;
+    settings.typed.QueryInterval = interval;
+    settings.typed.LoggingEnabled = 1;
     settings.model = model;
     settings.probeCount = probes;
-    settings.queryInterval = interval;
-    settings.logging = true;
     for (int i = 0; i < probes; ++i)
         settings.probeTypes[std::size_t(i)] = types[std::min<qsizetype>(i, types.size() - 1)];
     auto device = buildNewDevice(settings, store().folder());
@@ -61,15 +61,15 @@ void ChartFixture::sample(int slot, int count, const std::function<double(int, i
             }
         }
         // NaN for the first probe: the query failed.
-        AppendHistorySample(*d, !std::isnan(value(0, k)), double(clock.nowMs()) / 1000.0);
+        appendHistorySample(*d, !std::isnan(value(0, k)), double(clock.nowMs()) / 1000.0);
     }
-    if (CDeviceDetails *p = sheet->devicePage(slot))
+    if (ChartPage *p = sheet->devicePage(slot))
         p->appendSample();
 }
 
-CDeviceDetails &ChartFixture::page(int slot)
+ChartPage &ChartFixture::page(int slot)
 {
-    sheet->tabs().setCurrentIndex(slot + 1);
+    pageTabs(*sheet).setCurrentIndex(slot + 1);
     QApplication::processEvents();
     return *sheet->devicePage(slot);
 }

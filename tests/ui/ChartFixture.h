@@ -3,9 +3,10 @@
 // them.
 #pragma once
 
-#include "DeviceDetails.h"
-#include "QueryCycle.h"
-#include "WindowFixture.h"
+#include "ui/chart/ChartPage.h"
+#include "ui/chart/ChartPlot.h"
+#include "monitor/QueryCycle.h"
+#include "tests/ui/WindowFixture.h"
 
 #include <QTabWidget>
 
@@ -23,8 +24,14 @@ struct ChartFixture : WindowFixture {
     // NaN for probe 0 is a failed query.
     void sample(int slot, int count, const std::function<double(int probe, int k)> &value);
     // Brings device `slot`'s page to the front, drawn.
-    CDeviceDetails &page(int slot);
+    ChartPage &page(int slot);
 };
+
+// The plot of a device page.
+inline ChartPlot &plotOf(ChartPage &page)
+{
+    return *page.findChild<ChartPlot *>();
+}
 
 // Pixels of exactly `rgb` in `image`.
 int countColor(const QImage &image, QRgb rgb);

@@ -1,5 +1,5 @@
 // Pictures of the charts, for the operator's eye.
-#include "ChartFixture.h"
+#include "tests/ui/ChartFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ TEST(ChartPictures, FourProbesWithASwitchAndAGapTwelveAndSixteenProbes)
     f.picture(f.page(twelve), QStringLiteral("chart-12.png"));
     const int sixteen = f.addDevice("Lab Freezers", "Model R16", 16, 30);
     f.sample(sixteen, 400, wave);
-    CDeviceDetails &page = f.page(sixteen);
+    ChartPage &page = f.page(sixteen);
     f.picture(page, QStringLiteral("chart-16.png"));
     page.zoomTo(ViewPort{0.25, 0.1, 0.4, 0.6}, false);
     f.picture(page, QStringLiteral("chart-zoomed.png"));

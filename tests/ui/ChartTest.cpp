@@ -1,14 +1,16 @@
 // The device chart: series and legend, symbols, spans, zoom and scrolling,
 // clicks and tooltips, late samples, and the files and prints it makes.
-#include "ChartFiles.h"
-#include "ChartFixture.h"
-#include "ChartSeries.h"
-#include "ChartSymbols.h"
-#include "DeviceFile.h"
-#include "ColorSwatch.h"
-#include "ColorSymbolDlg.h"
-#include "DialogDriver.h"
-#include "SymbolSelectDlg.h"
+#include "ui/chart/ChartFiles.h"
+#include "tests/ui/ChartFixture.h"
+#include "ui/chart/ChartSeries.h"
+#include "ui/chart/ChartSymbols.h"
+#include "store/DeviceFile.h"
+#include "ui/widgets/ColorSwatch.h"
+#include "ui/chart/ChartStyleDialog.h"
+#include "tests/ui/DialogDriver.h"
+#include "ui/chart/SymbolGrid.h"
+#include "ui/chart/SymbolPickerDialog.h"
+#include "ui/chart/SymbolPreview.h"
 
 #include <qcustomplot.h>
 
@@ -33,15 +35,15 @@ double steady(int probe, int)
     return 70.5 + probe;
 }
 
-QPoint legendEntryCentre(CDeviceDetails &page, int position)
+QPoint legendEntryCentre(ChartPage &page, int position)
 {
-    return page.plot().legend->item(position)->outerRect().center();
+    return plotOf(page).legend->item(position)->outerRect().center();
 }
 
-QPoint pointPixel(CDeviceDetails &page, int position, int index)
+QPoint pointPixel(ChartPage &page, int position, int index)
 {
     // `index` counts back from the newest point.
-    QCPGraph *g = page.seriesGraph(position);
+    QCPGraph *g = plotOf(page).seriesGraph(position);
     const QCPGraphData &d = *(g->data()->constEnd() - 1 - index);
     return QPoint(int(std::lround(g->keyAxis()->coordToPixel(d.key))), int(std::lround(g->valueAxis()->coordToPixel(d.value))));
 }
@@ -53,20 +55,20 @@ TEST(ChartSeries, TwelveProbesListThreeProbesDownEachLegendColumn)
     ChartFixture f;
     const int slot = f.addDevice("Cold Store", "Model RM1", 12, 30);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     const QStringList expected = {"01", "04", "07", "10", "02", "05", "08", "11", "03", "06", "09", "12"};
     for (int position = 0; position < 12; ++position)
-        EXPECT_TRUE(page.seriesGraph(position)->name().startsWith("Probe " + expected[position] + ":"))
-            << page.seriesGraph(position)->name().toStdString();
+        EXPECT_TRUE(plotOf(page).seriesGraph(position)->name().startsWith("Probe " + expected[position] + ":"))
+            << plotOf(page).seriesGraph(position)->name().toStdString();
     // Probe 2 stands under probe 1, probe 4 beside it.
     const QPoint one = legendEntryCentre(page, 0), two = legendEntryCentre(page, 4), four = legendEntryCentre(page, 1);
     EXPECT_EQ(one.x(), two.x());
     EXPECT_GT(two.y(), one.y());
     EXPECT_EQ(one.y(), four.y());
     EXPECT_GT(four.x(), one.x());
-    EXPECT_EQ(page.seriesGraph(0)->name(), QStringLiteral("Probe 01: (T) 70.50"));
-    EXPECT_EQ(page.plot().accessibleName(), QStringLiteral("Chart of Cold Store"));
-    EXPECT_TRUE(page.plot().accessibleDescription().startsWith("Probe 01: (T) 70.50; Probe 04: (T) 73.50"));
+    EXPECT_EQ(plotOf(page).seriesGraph(0)->name(), QStringLiteral("Probe 01: (T) 70.50"));
+    EXPECT_EQ(plotOf(page).accessibleName(), QStringLiteral("Chart of Cold Store"));
+    EXPECT_TRUE(plotOf(page).accessibleDescription().startsWith("Probe 01: (T) 70.50; Probe 04: (T) 73.50"));
 }
 
 TEST(ChartSeries, DisabledProbesAreGreyAndReadNotAvailable)
@@ -75,10 +77,10 @@ TEST(ChartSeries, DisabledProbesAreGreyAndReadNotAvailable)
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30);
     f.store().setProbesEnabled({f.store().device(slot)->probe(2)}, false);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
-    EXPECT_EQ(page.seriesGraph(2)->pen().color().rgb() & 0xFFFFFF, QRgb(kDisabledSeriesColor));
-    EXPECT_EQ(page.seriesGraph(2)->name(), QStringLiteral("Probe 03: (T) n/a"));
-    EXPECT_NE(page.seriesGraph(1)->pen().color().rgb() & 0xFFFFFF, QRgb(kDisabledSeriesColor));
+    ChartPage &page = f.page(slot);
+    EXPECT_EQ(plotOf(page).seriesGraph(2)->pen().color().rgb() & 0xFFFFFF, QRgb(kDisabledSeriesColor));
+    EXPECT_EQ(plotOf(page).seriesGraph(2)->name(), QStringLiteral("Probe 03: (T) n/a"));
+    EXPECT_NE(plotOf(page).seriesGraph(1)->pen().color().rgb() & 0xFFFFFF, QRgb(kDisabledSeriesColor));
 }
 
 TEST(ChartSymbols, DrawnAt120VisiblePointsAndNotAt121)
@@ -87,16 +89,16 @@ TEST(ChartSymbols, DrawnAt120VisiblePointsAndNotAt121)
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30);
     f.store().deviceForUpdate(slot)->PlotLineWidth = 3;
     f.sample(slot, 400, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     ASSERT_EQ(page.view().pointCount(), 120);  // an hour at 30 s
-    EXPECT_FALSE(page.seriesGraph(0)->scatterStyle().isNone());
-    EXPECT_EQ(page.seriesGraph(0)->pen().width(), 1);
+    EXPECT_FALSE(plotOf(page).seriesGraph(0)->scatterStyle().isNone());
+    EXPECT_EQ(plotOf(page).seriesGraph(0)->pen().width(), 1);
     // One step back, then one point wider.
-    page.slider().setValue(page.slider().maximum() - 1);
+    control<QSlider>(page, "Chart scroll position").setValue(control<QSlider>(page, "Chart scroll position").maximum() - 1);
     page.zoomTo(ViewPort{1.0 / 120, 0, 1 - 1.0 / 120, 1}, true);
     ASSERT_EQ(page.view().pointCount(), 121);
-    EXPECT_TRUE(page.seriesGraph(0)->scatterStyle().isNone());
-    EXPECT_EQ(page.seriesGraph(0)->pen().width(), 3);
+    EXPECT_TRUE(plotOf(page).seriesGraph(0)->scatterStyle().isNone());
+    EXPECT_EQ(plotOf(page).seriesGraph(0)->pen().width(), 3);
 }
 
 TEST(ChartSymbols, NoSymbolMeansNoPointsEvenInAShortWindow)
@@ -110,9 +112,9 @@ TEST(ChartSymbols, NoSymbolMeansNoPointsEvenInAShortWindow)
     }
     f.store().setChartStyle(slot, style);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
-    EXPECT_TRUE(page.seriesGraph(1)->scatterStyle().isNone());
-    EXPECT_FALSE(page.seriesGraph(0)->scatterStyle().isNone());
+    ChartPage &page = f.page(slot);
+    EXPECT_TRUE(plotOf(page).seriesGraph(1)->scatterStyle().isNone());
+    EXPECT_FALSE(plotOf(page).seriesGraph(0)->scatterStyle().isNone());
 }
 
 TEST(ChartSpans, ATenSecondDeviceOffersSixSpansAndADayWithoutSymbols)
@@ -120,19 +122,19 @@ TEST(ChartSpans, ATenSecondDeviceOffersSixSpansAndADayWithoutSymbols)
     ChartFixture f;
     const int slot = f.addDevice("Freezer", "Model R4", 4, 10);
     f.sample(slot, 20, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     QStringList items;
-    for (int i = 0; i < page.timeSpanList().count(); ++i)
-        items << page.timeSpanList().itemText(i);
+    for (int i = 0; i < list(page, "Chart Time Span:").count(); ++i)
+        items << list(page, "Chart Time Span:").itemText(i);
     EXPECT_EQ(items, QStringList({"5 min.", "10 min.", "20 min.", "30 min.", "1 hour", "24 hours"}));
-    EXPECT_EQ(page.timeSpanList().currentText(), QStringLiteral("1 hour"));
-    page.timeSpanList().setFocus();
-    QTest::keyClick(&page.timeSpanList(), Qt::Key_Down);
+    EXPECT_EQ(list(page, "Chart Time Span:").currentText(), QStringLiteral("1 hour"));
+    list(page, "Chart Time Span:").setFocus();
+    QTest::keyClick(&list(page, "Chart Time Span:"), Qt::Key_Down);
     EXPECT_EQ(page.view().pointCount(), 8640);
-    EXPECT_TRUE(page.seriesGraph(0)->scatterStyle().isNone());
+    EXPECT_TRUE(plotOf(page).seriesGraph(0)->scatterStyle().isNone());
 
     const int slow = f.addDevice("Warehouse", "Model R4", 4, 60);
-    EXPECT_EQ(f.page(slow).timeSpanList().count(), 8);
+    EXPECT_EQ(list(f.page(slow), "Chart Time Span:").count(), 8);
 }
 
 TEST(ChartZoom, ADragNarrowsBothAxesAndAZoomBeyondTheLimitIsIgnored)
@@ -140,14 +142,14 @@ TEST(ChartZoom, ADragNarrowsBothAxesAndAZoomBeyondTheLimitIsIgnored)
     ChartFixture f;
     const int slot = f.addDevice("Freezer", "Model R4", 4, 10);
     f.sample(slot, 50, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     page.selectTimeSpan(kOneDaySpan);
     const int first = page.view().first;
     // Widening by a whole window is allowed once (17,280 points) ...
     page.zoomTo(ViewPort{1.0, 0, 0, 1}, true);
     EXPECT_EQ(page.view().first, first - 8640);
     EXPECT_FALSE(page.view().follow);
-    EXPECT_TRUE(page.resetButton().isEnabled());
+    EXPECT_TRUE(button(page, "Reset Chart (Cancel Scroll and/or Zoom)").isEnabled());
     // ... but not twice (34,560 > 20,159): nothing changes.
     const ChartView before = page.view();
     page.zoomTo(ViewPort{1.0, 0, 0, 1}, true);
@@ -156,27 +158,27 @@ TEST(ChartZoom, ADragNarrowsBothAxesAndAZoomBeyondTheLimitIsIgnored)
 
     // A drag with the mouse over the middle of the plot.
     page.resetChart();
-    const QRect area = page.plot().axisRect()->rect();
-    QTest::mousePress(&page.plot(), Qt::LeftButton, {}, area.topLeft() + QPoint(area.width() / 4, area.height() / 4));
-    QTest::mouseMove(&page.plot(), area.topLeft() + QPoint(area.width() * 3 / 4, area.height() * 3 / 4));
-    QTest::mouseRelease(&page.plot(), Qt::LeftButton, {}, area.topLeft() + QPoint(area.width() * 3 / 4, area.height() * 3 / 4));
+    const QRect area = plotOf(page).axisRect()->rect();
+    QTest::mousePress(&plotOf(page), Qt::LeftButton, {}, area.topLeft() + QPoint(area.width() / 4, area.height() / 4));
+    QTest::mouseMove(&plotOf(page), area.topLeft() + QPoint(area.width() * 3 / 4, area.height() * 3 / 4));
+    QTest::mouseRelease(&plotOf(page), Qt::LeftButton, {}, area.topLeft() + QPoint(area.width() * 3 / 4, area.height() * 3 / 4));
     EXPECT_TRUE(page.view().zoomed);
     EXPECT_NEAR(page.view().pointCount(), 4320, 60);
     const double full = page.view().tempMax - page.view().tempMin;
     EXPECT_NEAR(page.view().tempUpper, page.view().tempMax - full / 4, 0.5);
     // A right click in the plot resets the window and the ranges.
-    QTest::mouseClick(&page.plot(), Qt::RightButton, {}, area.center());
+    QTest::mouseClick(&plotOf(page), Qt::RightButton, {}, area.center());
     EXPECT_FALSE(page.view().zoomed);
     EXPECT_EQ(page.view().pointCount(), 8640);
     EXPECT_DOUBLE_EQ(page.view().tempUpper, page.view().tempMax);
     EXPECT_FALSE(page.view().follow);  // only opening the page follows again
 
     // From the keyboard: the newer half, then half a window more.
-    page.timeSpanList().setFocus();
-    QTest::keyClick(&page.timeSpanList(), Qt::Key_Plus, Qt::ControlModifier);
+    list(page, "Chart Time Span:").setFocus();
+    QTest::keyClick(&list(page, "Chart Time Span:"), Qt::Key_Plus, Qt::ControlModifier);
     EXPECT_EQ(page.view().pointCount(), 4320);
     EXPECT_EQ(page.view().last, 86399);
-    QTest::keyClick(&page.timeSpanList(), Qt::Key_Minus, Qt::ControlModifier);
+    QTest::keyClick(&list(page, "Chart Time Span:"), Qt::Key_Minus, Qt::ControlModifier);
     EXPECT_EQ(page.view().pointCount(), 6480);
 }
 
@@ -185,25 +187,25 @@ TEST(ChartScroll, TheSliderMovesHalfAWindowAndClampsAtBothEnds)
     ChartFixture f;
     const int slot = f.addDevice("Freezer", "Model R4", 4, 30);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     const int n = page.view().pointCount();
-    const int max = page.slider().maximum();
+    const int max = control<QSlider>(page, "Chart scroll position").maximum();
     EXPECT_EQ(max, 2 * (86400 / n));
-    page.slider().setValue(max - 1);
+    control<QSlider>(page, "Chart scroll position").setValue(max - 1);
     EXPECT_EQ(page.view().first, 86399 - n / 2 - n);
     EXPECT_EQ(page.view().last, 86399 - n / 2);
     EXPECT_FALSE(page.view().follow);
-    page.slider().setValue(0);
+    control<QSlider>(page, "Chart scroll position").setValue(0);
     EXPECT_EQ(page.view().first, 0);
     EXPECT_EQ(page.view().last, n);
     // Back at the newest samples the chart is reset.
-    page.slider().setValue(max);
+    control<QSlider>(page, "Chart scroll position").setValue(max);
     EXPECT_EQ(page.view().last, 86399);
     EXPECT_FALSE(page.view().scrolled);
-    EXPECT_FALSE(page.resetButton().isEnabled());
+    EXPECT_FALSE(button(page, "Reset Chart (Cancel Scroll and/or Zoom)").isEnabled());
     // Keys move it too.
-    page.slider().setFocus();
-    QTest::keyClick(&page.slider(), Qt::Key_Left);
+    control<QSlider>(page, "Chart scroll position").setFocus();
+    QTest::keyClick(&control<QSlider>(page, "Chart scroll position"), Qt::Key_Left);
     EXPECT_EQ(page.view().last, 86399 - n / 2);
 }
 
@@ -232,13 +234,13 @@ TEST(ChartClicks, ClickingALegendEntryOrAPointBringsItsSeriesToTheFront)
     const int slot = f.addDevice("Cold Store", "Model RM1", 12, 30);
     f.store().setLegendShowsProbeNames(slot, true);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     EXPECT_EQ(page.selectedSeries(), 0);
     // Probe 7 stands at position 2 of the twelve.
-    QTest::mouseClick(&page.plot(), Qt::LeftButton, {}, legendEntryCentre(page, 2));
+    QTest::mouseClick(&plotOf(page), Qt::LeftButton, {}, legendEntryCentre(page, 2));
     EXPECT_EQ(page.selectedSeries(), 2);
-    EXPECT_EQ(page.seriesGraph(2)->layer()->name(), QStringLiteral("front"));
-    QTest::mouseClick(&page.plot(), Qt::LeftButton, {}, pointPixel(page, 5, 3));  // probe 5
+    EXPECT_EQ(plotOf(page).seriesGraph(2)->layer()->name(), QStringLiteral("front"));
+    QTest::mouseClick(&plotOf(page), Qt::LeftButton, {}, pointPixel(page, 5, 3));  // probe 5
     EXPECT_EQ(page.selectedSeries(), 5);
 }
 
@@ -247,13 +249,13 @@ TEST(ChartTooltips, LegendEntriesAndDataPointsSayWhatTheyAre)
     ChartFixture f;
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30, {"Temperature", "Humidity"});
     f.sample(slot, 10, [](int probe, int k) { return probe == 0 ? 71.6 : 40.0 + k; });
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     EXPECT_EQ(page.toolTipAt(legendEntryCentre(page, 1)), QStringLiteral("Probe Name: \"Probe02\"  Type: H"));
-    const double time = (page.seriesGraph(0)->data()->constEnd() - 1)->key;
+    const double time = (plotOf(page).seriesGraph(0)->data()->constEnd() - 1)->key;
     EXPECT_EQ(page.toolTipAt(pointPixel(page, 0, 0)),
               QStringLiteral("Probe 01: Name: \"Probe01\" (Type: T)  Value: 71.6  Date: ") +
                   QDateTime::fromSecsSinceEpoch(qint64(time)).toString("MM/dd hh:mm:ss"));
-    EXPECT_TRUE(page.toolTipAt(page.plot().axisRect()->rect().topLeft() + QPoint(3, 3)).isEmpty());
+    EXPECT_TRUE(page.toolTipAt(plotOf(page).axisRect()->rect().topLeft() + QPoint(3, 3)).isEmpty());
 }
 
 TEST(ChartSamples, ALateQueryAddsSeveralEqualSamplesAndHiddenPagesDoNotDraw)
@@ -262,13 +264,13 @@ TEST(ChartSamples, ALateQueryAddsSeveralEqualSamplesAndHiddenPagesDoNotDraw)
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30);
     const int other = f.addDevice("Cold Store", "Model R4", 4, 30);
     f.sample(slot, 5, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     DeviceRecord *d = f.store().deviceForUpdate(slot);
     d->probe(0)->CurrentTemp = 80;
     f.clock.advanceMs(3 * 30 * 1000 + 500);  // the program stalled for three intervals
-    AppendHistorySample(*d, true, double(f.clock.nowMs()) / 1000.0);
+    appendHistorySample(*d, true, double(f.clock.nowMs()) / 1000.0);
     page.appendSample();
-    const auto data = page.seriesGraph(0)->data();
+    const auto data = plotOf(page).seriesGraph(0)->data();
     const int n = data->size();
     for (int k = n - 3; k < n; ++k)
         EXPECT_EQ(data->at(k)->value, 80);
@@ -286,8 +288,8 @@ TEST(ChartFiles, EveryFormatIsWrittenAndReadsBack)
     ChartFixture f;
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30, {"Temperature", "Temperature", "Temperature", "Switch"});
     f.sample(slot, 30, [](int probe, int k) { return probe == 3 ? double(k % 10 < 5 ? kSwitchOpen : kSwitchClosed) : 60.0 + probe * 10; });
-    CDeviceDetails &page = f.page(slot);
-    const QRgb series = page.seriesGraph(0)->pen().color().rgb();
+    ChartPage &page = f.page(slot);
+    const QRgb series = plotOf(page).seriesGraph(0)->pen().color().rgb();
     const QString folder = QFile::decodeName(f.store().folder().root);
     for (const char *format : {"png", "jpg", "bmp", "gif"}) {
         SCOPED_TRACE(format);
@@ -317,10 +319,10 @@ TEST(ChartFiles, CtrlSProposesTheWindowAsNameInTheDataFolder)
     ChartFixture f;
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     const QString path = QFile::decodeName(f.store().folder().root) + "/saved.gif";
     f.files.answers << path;
-    QTest::keyClick(&page.timeSpanList(), Qt::Key_S, Qt::ControlModifier);
+    QTest::keyClick(&list(page, "Chart Time Span:"), Qt::Key_S, Qt::ControlModifier);
     ASSERT_EQ(f.files.asked.size(), 1);
     const FileQuestion &q = f.files.asked[0];
     EXPECT_EQ(q.title, QStringLiteral("Save Corvanta Zephtra Chart"));
@@ -339,12 +341,12 @@ TEST(ChartPrint, CtrlPPrintsToThePrinterAndOffersToSave)
     ChartFixture f;
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
+    ChartPage &page = f.page(slot);
     const QString pdf = QFile::decodeName(f.store().folder().root) + "/printed.pdf";
     f.files.printerFiles << pdf;
     f.prompter.answers << true;
     f.files.answers << QFile::decodeName(f.store().folder().root) + "/printed.png";
-    QTest::keyClick(&page.timeSpanList(), Qt::Key_P, Qt::ControlModifier);
+    QTest::keyClick(&list(page, "Chart Time Span:"), Qt::Key_P, Qt::ControlModifier);
     QFile file(pdf);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QByteArray bytes = file.readAll();
@@ -373,8 +375,8 @@ TEST(ChartColors, TheDialogsStoreColoursSymbolsAndThicknessForTheNextSave)
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30);
     f.store().writeDeviceFile(slot, true);
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
-    whenShown<CColorSymbolDlg>([&](CColorSymbolDlg &dialog) {
+    ChartPage &page = f.page(slot);
+    whenShown<ChartStyleDialog>([&](ChartStyleDialog &dialog) {
         EXPECT_TRUE(unnamedControls(dialog).isEmpty()) << unnamedControls(dialog).join(", ").toStdString();
         EXPECT_EQ(dialog.findChildren<ColorSwatch *>().size(), 4);
         f.picture(dialog, QStringLiteral("chart-colors.png"));
@@ -382,34 +384,32 @@ TEST(ChartColors, TheDialogsStoreColoursSymbolsAndThicknessForTheNextSave)
             colors.setCurrentColor(QColor(0x12, 0x34, 0x56));
             colors.accept();
         });
-        dialog.colorBox(1).setFocus();
-        QTest::keyClick(&dialog.colorBox(1), Qt::Key_Space);
-        EXPECT_EQ(dialog.colorBox(1).accessibleName(), QStringLiteral("Probe 2 Data colour #123456"));
-        whenShown<CSymbolSelectDlg>([&f](CSymbolSelectDlg &selector) {
+        ColorSwatch *second = dialog.findChildren<ColorSwatch *>().at(1);
+        second->setFocus();
+        QTest::keyClick(second, Qt::Key_Space);
+        EXPECT_EQ(second->accessibleName(), QStringLiteral("Probe 2 Data colour #123456"));
+        whenShown<SymbolPickerDialog>([&f](SymbolPickerDialog &selector) {
             f.picture(selector, QStringLiteral("chart-symbols.png"));
-            QTest::mouseClick(&selector.grid().plot(), Qt::LeftButton, {}, selector.grid().symbolCentre(12));
-            EXPECT_EQ(selector.grid().current(), 12);
-            for (QPushButton *b : selector.findChildren<QPushButton *>())
-                if (b->text() == "OK")
-                    b->click();
+            const SymbolGrid &grid = *selector.findChild<SymbolGrid *>();
+            QTest::mouseClick(selector.findChild<QCustomPlot *>(), Qt::LeftButton, {}, grid.symbolCentre(12));
+            EXPECT_EQ(grid.current(), 12);
+            button(selector, "OK").click();
         });
-        QTest::mouseDClick(&dialog.symbolBox(2), Qt::LeftButton);
-        whenShown<CSymbolSelectDlg>([](CSymbolSelectDlg &selector) {
-            for (QPushButton *b : selector.findChildren<QPushButton *>())
-                if (b->text() == "No Symbol")
-                    b->click();
+        QTest::mouseDClick(dialog.findChildren<SymbolPreview *>().at(2), Qt::LeftButton);
+        whenShown<SymbolPickerDialog>([](SymbolPickerDialog &selector) {
+            button(selector, "No Symbol").click();
         });
-        QTest::mouseDClick(&dialog.symbolBox(1), Qt::LeftButton);
-        dialog.thickness().setCurrentIndex(2);
+        QTest::mouseDClick(dialog.findChildren<SymbolPreview *>().at(1), Qt::LeftButton);
+        choose(list(dialog, "Plot line thickness:"), 2);
         dialog.accept();
     });
-    page.colorsButton().click();
+    button(page, "Set Data Line Colors and Data Point Symbols").click();
     const DeviceRecord &d = *f.store().device(slot);
     EXPECT_EQ(d.PlotLineWidth, 3);
     EXPECT_EQ(d.probe(1)->ChartDataColor, 0x563412);  // kept as 0x00BBGGRR
     EXPECT_EQ(d.probe(2)->ChartDataSymbol, 12);
     EXPECT_EQ(d.probe(1)->ChartDataSymbol, -1);
-    EXPECT_EQ(page.seriesGraph(1)->pen().color(), QColor(0x12, 0x34, 0x56));
+    EXPECT_EQ(plotOf(page).seriesGraph(1)->pen().color(), QColor(0x12, 0x34, 0x56));
     ASSERT_TRUE(f.store().writeAllDeviceFiles());
     QFile ini(QFile::decodeName(f.store().folder().deviceFile("Server Room")));
     ASSERT_TRUE(ini.open(QIODevice::ReadOnly));
@@ -426,19 +426,19 @@ TEST(ChartColors, LegendNamesTakeEffectAtOnceAndCancelKeepsThem)
     const int slot = f.addDevice("Server Room", "Model R4", 4, 30);
     f.store().deviceForUpdate(slot)->probe(0)->ProbeName = "A very long probe name indeed";
     f.sample(slot, 10, steady);
-    CDeviceDetails &page = f.page(slot);
-    whenShown<CColorSymbolDlg>([](CColorSymbolDlg &dialog) {
-        dialog.probeNames().click();
+    ChartPage &page = f.page(slot);
+    whenShown<ChartStyleDialog>([](ChartStyleDialog &dialog) {
+        button(dialog, "Display probe names in chart legend").click();
         dialog.reject();
     });
-    page.colorsButton().click();
+    button(page, "Set Data Line Colors and Data Point Symbols").click();
     ASSERT_EQ(f.prompter.told.size(), 1);
     EXPECT_EQ(f.prompter.told[0], QStringLiteral("Probe names displayed in the chart legend\nwill be truncated to 16 "
                                                       "characters.\n\nThe actual probe names are not changed,\nbut only "
                                                       "the first 16 characters of the\nname will be displayed in the "
                                                       "chart legend."));
     EXPECT_EQ(f.store().device(slot)->ShowProbeNamesInLegend, 1);
-    EXPECT_EQ(page.seriesGraph(0)->name(), QStringLiteral("A very long prob (T) 70.50"));
+    EXPECT_EQ(plotOf(page).seriesGraph(0)->name(), QStringLiteral("A very long prob (T) 70.50"));
     EXPECT_TRUE(f.store().device(slot)->ChangedKeys & DeviceBit::ShowProbeNamesInLegend);
 }
 

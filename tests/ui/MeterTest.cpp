@@ -1,15 +1,15 @@
 // Probe status meters and the program configuration dialog: zones,
 // pointer and texts read off the drawn meter, window placement, and colours
 // and margins changed through the dialog.
-#include "AlarmStatePictures.h"
-#include "ChartFixture.h"
-#include "ColorSwatch.h"
-#include "DeviceListPage.h"
-#include "DialogDriver.h"
-#include "ProbeMeter.h"
-#include "ProbeStatusWindows.h"
-#include "ProbeTableModel.h"
-#include "ProgramConfigDlg.h"
+#include "ui/meter/AlarmStatePictures.h"
+#include "tests/ui/ChartFixture.h"
+#include "ui/widgets/ColorSwatch.h"
+#include "ui/list/DeviceListPage.h"
+#include "tests/ui/DialogDriver.h"
+#include "ui/meter/ProbeMeter.h"
+#include "ui/list/ProbeStatusWindows.h"
+#include "ui/list/ProbeTableModel.h"
+#include "ui/config/ProgramSettingsDialog.h"
 
 #include <QCheckBox>
 #include <QColorDialog>
@@ -26,6 +26,26 @@
 namespace cz::test {
 
 namespace {
+
+ProbeMeter &meterOf(ProbeStatusWindow &window)
+{
+    return *window.findChild<ProbeMeter *>();
+}
+
+// Colour row `row` of "Configure Corvanta Zephtra" and its button.
+ColorSwatch &swatchAt(QWidget &dialog, int row)
+{
+    return *dialog.findChildren<ColorSwatch *>().at(row);
+}
+QPushButton &chooseColorButton(QWidget &dialog, int row)
+{
+    QList<QPushButton *> buttons;
+    for (QPushButton *b : dialog.findChildren<QPushButton *>())
+        if (b->text() == QLatin1String("Choose color..."))
+            buttons << b;
+    return *buttons.at(row);
+}
+
 
 constexpr int kZoneX = ProbeMeter::kScaleX + ProbeMeter::kScaleWidth / 2;
 constexpr int kPointerX = ProbeMeter::kScaleX + ProbeMeter::kScaleWidth + 10;
@@ -46,17 +66,17 @@ struct MeterFixture : ChartFixture {
         slot = addDevice("Server Room", "Model R4", 4, 30, {"Temperature", "Humidity", "Switch", "Wetness"});
     }
     ProbeRecord &probe(int i) { return *store().deviceForUpdate(slot)->probe(i); }
-    CProbeStatusDlg &open(int i)
+    ProbeStatusWindow &open(int i)
     {
-        ProbeStatusWindows &windows = sheet->deviceList().statusWindows();
+        ProbeStatusWindows &windows = deviceListPage(*sheet).statusWindows();
         windows.open(probe(i));
         for (int s = 0; s < ProbeStatusWindows::kSlots; ++s)
-            if (CProbeStatusDlg *w = windows.window(s); w && w->probeIndex() == i)
+            if (ProbeStatusWindow *w = windows.window(s); w && w->probeIndex() == i)
                 return *w;
         ADD_FAILURE() << "no window for probe " << i;
         return *windows.window(0);
     }
-    QRgb pixel(CProbeStatusDlg &w, int x, int y) { return w.meter().grab().toImage().pixel(x, y) & 0xFFFFFF; }
+    QRgb pixel(ProbeStatusWindow &w, int x, int y) { return meterOf(w).grab().toImage().pixel(x, y) & 0xFFFFFF; }
     int slot = 0;
 };
 
@@ -68,19 +88,19 @@ TEST(ProbeMeter, ATemperatureMeterShowsItsFiveZonesAndThePointerAtTheReading)
     ProbeRecord &p = f.probe(0);
     p.LowAlarmTemp = 40.7, p.LowCautionTemp = 50, p.HighCautionTemp = 100, p.HighAlarmTemp = 110.9;
     p.CurrentTemp = 72.5;
-    CProbeStatusDlg &w = f.open(0);
+    ProbeStatusWindow &w = f.open(0);
     EXPECT_EQ(w.size(), QSize(100, 453));
     EXPECT_EQ(w.windowTitle(), QStringLiteral("Probe01"));
-    const MeterLook &look = w.meter().look();
+    const MeterLook &look = meterOf(w).look();
     EXPECT_EQ(look.low, 30);    // 40 (whole part) - 10
     EXPECT_EQ(look.high, 120);  // 110 + 10
     EXPECT_EQ(look.tick, 9);
     EXPECT_EQ(look.text, QStringLiteral("72.5 F"));
     const std::pair<double, QRgb> zones[] = {{35, 0xFF0000}, {45, 0xFFFF00}, {75, 0x00FF00}, {105, 0x0080FF}, {115, 0xFF00FF}};
     for (const auto &[value, rgb] : zones)
-        EXPECT_EQ(f.pixel(w, kZoneX, w.meter().rowOf(value)), rgb) << value;
-    EXPECT_EQ(f.pixel(w, kPointerX, w.meter().rowOf(72.5)), 0xFFFFFFu);
-    EXPECT_EQ(f.pixel(w, kPointerX, w.meter().rowOf(90)), 0x000000u);  // no pointer there
+        EXPECT_EQ(f.pixel(w, kZoneX, meterOf(w).rowOf(value)), rgb) << value;
+    EXPECT_EQ(f.pixel(w, kPointerX, meterOf(w).rowOf(72.5)), 0xFFFFFFu);
+    EXPECT_EQ(f.pixel(w, kPointerX, meterOf(w).rowOf(90)), 0x000000u);  // no pointer there
     f.picture(w, QStringLiteral("meter-temperature.png"));
 }
 
@@ -91,21 +111,21 @@ TEST(ProbeMeter, HumidityAndWetnessRunFromZeroToAHundred)
     p.LowAlarmHumidity = 20, p.LowCautionHumidity = 30, p.HighCautionHumidity = 60, p.HighAlarmHumidity = 80;
     p.CurrentHumidity = 67;
     p.AlarmState = AlarmState::HighCaution;
-    CProbeStatusDlg &w = f.open(1);
-    EXPECT_EQ(w.meter().look().text, QStringLiteral("67 %"));
-    EXPECT_EQ(f.pixel(w, kZoneX, w.meter().rowOf(10)), 0xFF0000u);
-    EXPECT_EQ(f.pixel(w, kZoneX, w.meter().rowOf(45)), 0x00FF00u);
-    EXPECT_EQ(f.pixel(w, kZoneX, w.meter().rowOf(90)), 0xFF00FFu);
-    EXPECT_EQ(f.pixel(w, kPointerX, w.meter().rowOf(67)), 0xFFFFFFu);
-    EXPECT_EQ(w.statePicture().accessibleName(), QStringLiteral("Caution"));
+    ProbeStatusWindow &w = f.open(1);
+    EXPECT_EQ(meterOf(w).look().text, QStringLiteral("67 %"));
+    EXPECT_EQ(f.pixel(w, kZoneX, meterOf(w).rowOf(10)), 0xFF0000u);
+    EXPECT_EQ(f.pixel(w, kZoneX, meterOf(w).rowOf(45)), 0x00FF00u);
+    EXPECT_EQ(f.pixel(w, kZoneX, meterOf(w).rowOf(90)), 0xFF00FFu);
+    EXPECT_EQ(f.pixel(w, kPointerX, meterOf(w).rowOf(67)), 0xFFFFFFu);
+    EXPECT_EQ(control<QLabel>(w, "statePicture").accessibleName(), QStringLiteral("Caution"));
     f.picture(w, QStringLiteral("meter-humidity-caution.png"));
 
     ProbeRecord &wet = f.probe(3);
     wet.CurrentWetness = 12;
     wet.AlarmState = AlarmState::LowAlarm;
-    CProbeStatusDlg &ww = f.open(3);
-    EXPECT_EQ(ww.meter().look().text, QStringLiteral("12 %"));
-    EXPECT_EQ(ww.statePicture().accessibleName(), QStringLiteral("Alarm"));
+    ProbeStatusWindow &ww = f.open(3);
+    EXPECT_EQ(meterOf(ww).look().text, QStringLiteral("12 %"));
+    EXPECT_EQ(control<QLabel>(ww, "statePicture").accessibleName(), QStringLiteral("Alarm"));
     f.picture(ww, QStringLiteral("meter-wetness-alarm.png"));
 }
 
@@ -115,17 +135,17 @@ TEST(ProbeMeter, ASwitchWithNoReadingReadsClosedAndItsAlarmZoneFollowsTheConditi
     ProbeRecord &p = f.probe(2);
     p.SwitchState = kSwitchUnknown;
     p.SwitchAlarmCondition = SwitchAlarmCondition::OnClose;
-    CProbeStatusDlg &w = f.open(2);
-    EXPECT_EQ(w.meter().look().text, QStringLiteral("Closed"));
-    EXPECT_EQ(w.meter().look().pointer, 1.5);
-    EXPECT_EQ(f.pixel(w, kPointerX, w.meter().rowOf(1.5)), 0xFFFFFFu);
-    EXPECT_EQ(f.pixel(w, ProbeMeter::kScaleX + 2, w.meter().rowOf(1.8)), 0xFF00FFu);  // closed is the alarm
-    EXPECT_EQ(f.pixel(w, ProbeMeter::kScaleX + 2, w.meter().rowOf(0.2)), 0x00FF00u);
+    ProbeStatusWindow &w = f.open(2);
+    EXPECT_EQ(meterOf(w).look().text, QStringLiteral("Closed"));
+    EXPECT_EQ(meterOf(w).look().pointer, 1.5);
+    EXPECT_EQ(f.pixel(w, kPointerX, meterOf(w).rowOf(1.5)), 0xFFFFFFu);
+    EXPECT_EQ(f.pixel(w, ProbeMeter::kScaleX + 2, meterOf(w).rowOf(1.8)), 0xFF00FFu);  // closed is the alarm
+    EXPECT_EQ(f.pixel(w, ProbeMeter::kScaleX + 2, meterOf(w).rowOf(0.2)), 0x00FF00u);
     f.picture(w, QStringLiteral("meter-switch-closed.png"));
     p.SwitchState = kSwitchOpen;
     w.redraw();
-    EXPECT_EQ(w.meter().look().text, QStringLiteral("Open"));
-    EXPECT_EQ(w.meter().look().pointer, 0.5);
+    EXPECT_EQ(meterOf(w).look().text, QStringLiteral("Open"));
+    EXPECT_EQ(meterOf(w).look().pointer, 0.5);
 }
 
 TEST(ProbeMeter, StatePicturesAreDrawnForEveryScale)
@@ -153,17 +173,17 @@ TEST(ProbeMeter, AMeterRepaintsOnlyWhenWhatItShowsChanges)
 {
     MeterFixture f;
     f.probe(0).CurrentTemp = 70;
-    CProbeStatusDlg &w = f.open(0);
-    const MeterLook same = w.meter().look();
-    EXPECT_FALSE(w.meter().setLook(same));
+    ProbeStatusWindow &w = f.open(0);
+    const MeterLook same = meterOf(w).look();
+    EXPECT_FALSE(meterOf(w).setLook(same));
     f.probe(0).CurrentTemp = 71;
-    EXPECT_TRUE(w.meter().setLook(meterLook(f.probe(0), f.store().settings)));
+    EXPECT_TRUE(meterOf(w).setLook(meterLook(f.probe(0), f.store().settings)));
     // An unknown state leaves the picture as it was.
     f.probe(0).AlarmState = AlarmState::HighAlarm;
     w.redraw();
     f.probe(0).AlarmState = AlarmState(9);
     w.redraw();
-    EXPECT_EQ(w.statePicture().accessibleName(), QStringLiteral("Alarm"));
+    EXPECT_EQ(control<QLabel>(w, "statePicture").accessibleName(), QStringLiteral("Alarm"));
 }
 
 TEST(ProbeMeter, WindowsArePlacedInRowsFromTheTopLeftCorner)
@@ -197,8 +217,8 @@ TEST(ProbeMeter, WindowsArePlacedInRowsFromTheTopLeftCorner)
     EXPECT_EQ(statusWindowPosition({1024, 768}, {QRect(300, 500, 100, 453)}, 0), QPoint(404, 20));
 
     MeterFixture f;
-    CProbeStatusDlg &first = f.open(0);
-    CProbeStatusDlg &second = f.open(1);
+    ProbeStatusWindow &first = f.open(0);
+    ProbeStatusWindow &second = f.open(1);
     const QRect screen = first.screen()->geometry();
     const QPoint expected = statusWindowPosition(screen.size(), {first.frameGeometry().translated(-screen.topLeft())},
                                                  (first.frameGeometry().width() - first.width()) / 2);
@@ -213,31 +233,31 @@ TEST(ProgramConfiguration, CrossedMarginsColoursAndStartMinimisedReachTheSetting
     p.LowAlarmTemp = 40, p.LowCautionTemp = 50, p.HighCautionTemp = 100, p.HighAlarmTemp = 110;
     p.CurrentTemp = 120;
     p.AlarmState = AlarmState::HighAlarm;
-    f.sheet->deviceList().rebuild();
-    CProbeStatusDlg &meter = f.open(0);
-    whenShown<CProgramConfigDlg>([&f](CProgramConfigDlg &dialog) {
+    deviceListPage(*f.sheet).rebuild();
+    ProbeStatusWindow &meter = f.open(0);
+    whenShown<ProgramSettingsDialog>([&f](ProgramSettingsDialog &dialog) {
         EXPECT_TRUE(unnamedControls(dialog).isEmpty()) << unnamedControls(dialog).join(", ").toStdString();
-        EXPECT_EQ(dialog.swatch(0).accessibleName(), QStringLiteral("High Alarm Range colour #FF00FF"));
+        EXPECT_EQ(swatchAt(dialog, 0).accessibleName(), QStringLiteral("High Alarm Range colour #FF00FF"));
         f.picture(dialog, QStringLiteral("program-configuration.png"));
         whenShown<QColorDialog>([](QColorDialog &colors) {
             colors.setCurrentColor(QColor(0x10, 0x20, 0xF0));
             colors.accept();
         });
-        dialog.chooseButton(0).click();
-        EXPECT_EQ(dialog.swatch(0).accessibleName(), QStringLiteral("High Alarm Range colour #1020F0"));
-        dialog.fromList().setCurrentIndex(5);
-        dialog.toList().setCurrentIndex(10);
-        dialog.startMinimized().click();
+        chooseColorButton(dialog, 0).click();
+        EXPECT_EQ(swatchAt(dialog, 0).accessibleName(), QStringLiteral("High Alarm Range colour #1020F0"));
+        choose(list(dialog, "From"), 5);
+        choose(list(dialog, "degrees below Low Alarm threshold to"), 10);
+        button(dialog, "Start Corvanta Zephtra in a minimized window at program launch.").click();
         dialog.accept();
     });
-    f.sheet->deviceList().programButton->click();
+    button(deviceListPage(*f.sheet), "Configure Corvanta").click();
     const ProgramSettings &s = f.store().settings;
     EXPECT_EQ(s.HighAlarmColor, 0xF02010);
     EXPECT_EQ(s.TemperatureHighMargin, 5);
     EXPECT_EQ(s.TemperatureLowMargin, 10);
     // The open meter and the row in high alarm take the colour at once.
-    EXPECT_EQ(f.pixel(meter, kZoneX, meter.meter().rowOf(113)), 0x1020F0u);
-    ProbeTableModel &model = f.sheet->deviceList().model();
+    EXPECT_EQ(f.pixel(meter, kZoneX, meterOf(meter).rowOf(113)), 0x1020F0u);
+    ProbeTableModel &model = deviceListPage(*f.sheet).model();
     const int row = model.rowOf(&p);
     EXPECT_EQ(model.data(model.index(row, 0), Qt::BackgroundRole).value<QColor>(), QColor(0x10, 0x20, 0xF0));
     ASSERT_TRUE(f.store().writeProgramSettings());
@@ -254,18 +274,18 @@ TEST(ProgramConfiguration, CancelKeepsColoursAndMarginsButNotStartMinimised)
 {
     MeterFixture f;
     const ProgramSettings before = f.store().settings;
-    whenShown<CProgramConfigDlg>([](CProgramConfigDlg &dialog) {
+    whenShown<ProgramSettingsDialog>([](ProgramSettingsDialog &dialog) {
         whenShown<QColorDialog>([](QColorDialog &colors) {
             colors.setCurrentColor(Qt::blue);
             colors.accept();
         });
-        dialog.swatch(7).setFocus();
-        QTest::keyClick(&dialog.swatch(7), Qt::Key_Space);
-        dialog.fromList().setCurrentIndex(3);
-        dialog.startMinimized().click();
+        swatchAt(dialog, 7).setFocus();
+        QTest::keyClick(&swatchAt(dialog, 7), Qt::Key_Space);
+        choose(list(dialog, "From"), 3);
+        button(dialog, "Start Corvanta Zephtra in a minimized window at program launch.").click();
         dialog.reject();
     });
-    f.sheet->deviceList().programButton->click();
+    button(deviceListPage(*f.sheet), "Configure Corvanta").click();
     const ProgramSettings &s = f.store().settings;
     EXPECT_EQ(s.PlotAreaColor, before.PlotAreaColor);
     EXPECT_EQ(s.TemperatureHighMargin, before.TemperatureHighMargin);

@@ -1,14 +1,15 @@
 // The probe list: cell texts and colours from records, sorting, hiding
 // columns across a restart, enabling probes, deleting a device, and the
 // status windows.
-#include "DeviceFile.h"
-#include "DeviceListPage.h"
-#include "NetTestSupport.h"
-#include "ProbeCells.h"
-#include "ProbeListView.h"
-#include "ProbeStatusWindows.h"
-#include "ProbeTableModel.h"
-#include "ScriptedPrompter.h"
+#include "store/DeviceFile.h"
+#include "ui/list/DeviceListPage.h"
+#include "tests/NetTestSupport.h"
+#include "ui/list/ProbeCells.h"
+#include "ui/list/ProbeListView.h"
+#include "ui/list/ProbeStatusWindows.h"
+#include "ui/list/ProbeTableModel.h"
+#include "tests/ui/ScriptedPrompter.h"
+#include "tests/ui/WindowFixture.h"
 
 #include <QHeaderView>
 #include <QPushButton>
@@ -38,12 +39,12 @@ struct ListFixture : DataFolderFixture {
     QString cell(DeviceListPage &page, int row, const QString &title)
     {
         const int column = page.model().columnOfKind(columnKind(title));
-        return page.list().model()->index(row, column).data().toString();
+        return probeList(page).model()->index(row, column).data().toString();
     }
     QStringList column(DeviceListPage &page, const QString &title)
     {
         QStringList texts;
-        for (int row = 0; row < page.list().model()->rowCount(); ++row)
+        for (int row = 0; row < probeList(page).model()->rowCount(); ++row)
             texts << cell(page, row, title);
         return texts;
     }
@@ -134,11 +135,11 @@ TEST(ProbeList, SortsByDeviceThenProbeAndByAnyColumnAsText)
     big.probe(0)->ConsecutiveAlarmCount = 9;
     big.probe(1)->ConsecutiveAlarmCount = 10;
     const int count = page.model().columnOfKind(columnKind("Consecutive Alarms"));
-    emit page.list().horizontalHeader()->sectionClicked(count);
+    emit probeList(page).horizontalHeader()->sectionClicked(count);
     const QStringList sorted = f.column(page, "Consecutive Alarms");
     EXPECT_EQ(sorted.first(), "0");
     EXPECT_LT(sorted.indexOf("10"), sorted.indexOf("9"));
-    page.list().proxy().sort(count, Qt::DescendingOrder); // what Shift+click does
+    probeList(page).proxy().sort(count, Qt::DescendingOrder); // what Shift+click does
     EXPECT_EQ(f.column(page, "Consecutive Alarms").first(), "9");
 }
 
@@ -148,9 +149,9 @@ TEST(ProbeList, AHiddenColumnIsGoneAfterARestart)
     {
         DeviceListPage page(f.store(), f.prompter);
         const int column = page.model().columnOfKind(columnKind("Alarm State"));
-        page.list().hideColumn(column);
-        EXPECT_TRUE(page.list().columnHidden(column));
-        EXPECT_EQ(page.list().horizontalHeader()->visualIndex(column), 0); // moved to the front
+        probeList(page).hideColumn(column);
+        EXPECT_TRUE(probeList(page).columnHidden(column));
+        EXPECT_EQ(probeList(page).horizontalHeader()->visualIndex(column), 0); // moved to the front
         f.store().writeProgramSettings();
     }
     const QByteArray ini = readFile(f.store().folder().settingsFile());
@@ -182,7 +183,7 @@ TEST(ProbeList, ARefreshAnnouncesOnlyTheCellsThatChanged)
         EXPECT_EQ(to.row(), row);
         EXPECT_EQ(from.column(), to.column());
     }
-    EXPECT_EQ(f.cell(page, page.list().proxy().mapFromSource(page.model().index(row, 0)).row(), "Current Temp"),
+    EXPECT_EQ(f.cell(page, probeList(page).proxy().mapFromSource(page.model().index(row, 0)).row(), "Current Temp"),
               "72.00 F");
     spy.clear();
     page.refresh();
@@ -194,17 +195,17 @@ TEST(ProbeList, DisablingProbesHidesThemAndMarksTheKeyForSaving)
     ListFixture f;
     DeviceListPage page(f.store(), f.prompter);
     const int rows = page.model().rowCount();
-    page.list().selectRow(0);
-    const ProbeRecord *probe = page.list().selectedProbes().first();
+    probeList(page).selectRow(0);
+    const ProbeRecord *probe = probeList(page).selectedProbes().first();
     page.enableSelected(false);
     EXPECT_EQ(probe->ProbeEnabled, 0);
     EXPECT_TRUE(probe->ChangedKeys & ProbeBit::ProbeEnabled);
     EXPECT_EQ(page.model().rowCount(), rows - 1);
-    EXPECT_TRUE(page.showHideButton->isEnabled());
-    EXPECT_EQ(page.showHideButton->text(), "Show Disabled Probes");
+    EXPECT_TRUE(button(page, "showHideProbes").isEnabled());
+    EXPECT_EQ(button(page, "showHideProbes").text(), "Show Disabled Probes");
     page.toggleDisabledProbes();
     EXPECT_EQ(page.model().rowCount(), rows);
-    EXPECT_EQ(page.showHideButton->text(), "Hide Disabled Probes");
+    EXPECT_EQ(button(page, "showHideProbes").text(), "Hide Disabled Probes");
     EXPECT_EQ(f.store().settings.ShowDisabledProbes, 1);
 }
 
@@ -218,13 +219,13 @@ TEST(ProbeList, DeletingNeedsOneDeviceAndAYes)
     page.deleteSelectedDevice();
     EXPECT_EQ(f.prompter.told.last(), "No device selected.");
 
-    page.list().selectAll();
+    probeList(page).selectAll();
     page.deleteSelectedDevice();
     EXPECT_EQ(f.prompter.told.last(), "Multiple devices selected.\nPlease select a single device to delete.");
     EXPECT_EQ(f.store().deviceCount(), 2);
 
-    page.list().clearSelection();
-    page.list().selectRow(0); // Attic sorts first
+    probeList(page).clearSelection();
+    probeList(page).selectRow(0); // Attic sorts first
     f.prompter.answers = {false};
     page.deleteSelectedDevice();
     EXPECT_EQ(f.prompter.questions.last(),
@@ -283,20 +284,20 @@ TEST(ProbeList, TheKeyboardSelectsRowsEnablesTheButtonsAndOpensStatusWindows)
     DeviceListPage page(f.store(), f.prompter);
     page.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&page));
-    EXPECT_FALSE(page.deleteButton->isEnabled());
-    page.list().setFocus();
-    page.list().setCurrentIndex(page.list().model()->index(0, 0));
-    QTest::keyClick(&page.list(), Qt::Key_Down);
-    EXPECT_FALSE(page.list().selectedProbes().isEmpty());
-    EXPECT_TRUE(page.deleteButton->isEnabled());
-    EXPECT_TRUE(page.configureButton->isEnabled());
-    EXPECT_TRUE(page.disableButton->isEnabled());
-    EXPECT_FALSE(page.enableButton->isEnabled());
+    EXPECT_FALSE(button(page, "Delete Selected Device").isEnabled());
+    probeList(page).setFocus();
+    probeList(page).setCurrentIndex(probeList(page).model()->index(0, 0));
+    QTest::keyClick(&probeList(page), Qt::Key_Down);
+    EXPECT_FALSE(probeList(page).selectedProbes().isEmpty());
+    EXPECT_TRUE(button(page, "Delete Selected Device").isEnabled());
+    EXPECT_TRUE(button(page, "Configure Selected Device").isEnabled());
+    EXPECT_TRUE(button(page, "Disable Selected Probes").isEnabled());
+    EXPECT_FALSE(button(page, "Enable Selected Probes").isEnabled());
 
-    QTest::keyClick(&page.list(), Qt::Key_Return);
+    QTest::keyClick(&probeList(page), Qt::Key_Return);
     EXPECT_EQ(page.statusWindows().openCount(), 1);
     page.statusWindows().closeAll();
 
-    page.list().clearSelection();
-    EXPECT_FALSE(page.deleteButton->isEnabled());
+    probeList(page).clearSelection();
+    EXPECT_FALSE(button(page, "Delete Selected Device").isEnabled());
 }

@@ -1,7 +1,7 @@
 // Answers the window's questions from a script and keeps what it was told.
 #pragma once
 
-#include "Prompter.h"
+#include "ui/Prompter.h"
 
 #include <QStringList>
 

@@ -1,10 +1,14 @@
-#include "WindowFixture.h"
+#include "tests/ui/WindowFixture.h"
 
-#include "SimDevice.h"
+#include "ui/list/DeviceListPage.h"
+#include "ui/list/ProbeListView.h"
+
+#include "tools/devsim/SimDevice.h"
 
 #include <gtest/gtest.h>
 
 #include <QPrinter>
+#include <QTabWidget>
 
 namespace cz::test {
 
@@ -23,24 +27,24 @@ WindowFixture::WindowFixture(Start start)
         copyFolder(QStringLiteral(CZ_SOURCE_DIR "/demo"), dir.path());
     CommandLine cl;
     cl.dataDir = dir.path();
-    app = std::make_unique<CCorvantaApp>(cl, QStringLiteral(CZ_BIN_DIR), clock, sound);
-    app->startUp();
+    engine = std::make_unique<Engine>(cl, QStringLiteral(CZ_BIN_DIR), clock, sound);
+    engine->startUp();
     QList<devsim::SimDevice> devices;
     QString error;
     EXPECT_TRUE(devsim::loadSimConfig(QStringLiteral(CZ_SOURCE_DIR "/tools/devsim/demo.json"), devices, error));
-    for (int slot = 0; slot < app->store().deviceCount(); ++slot) {
+    for (int slot = 0; slot < engine->store().deviceCount(); ++slot) {
         devices[slot].port = 0;
-        app->store().deviceForUpdate(slot)->DevicePort = sim.port(sim.addDevice(devices[slot]));
+        engine->store().deviceForUpdate(slot)->DevicePort = sim.port(sim.addDevice(devices[slot]));
     }
     console = std::make_unique<ScriptConsoleWindow>();
-    QObject::connect(console.get(), &ScriptConsoleWindow::scriptEnded, &app->alerts().emailQueue(),
+    QObject::connect(console.get(), &ScriptConsoleWindow::scriptEnded, &engine->alerts().emailQueue(),
                      &EmailQueue::currentScriptEnded);
-    const QByteArray root = app->store().folder().root;
+    const QByteArray root = engine->store().folder().root;
     ScriptConsoleWindow *shown = console.get();
-    context.reset(new ConfigContext{app->store(), prompter, files, app->alerts().emailQueue(), app->alerts().dialer(),
-                                    sound, app->session(), [shown, root](const QByteArray &script) { return shown->run(script, root); }});
-    sheet = std::make_unique<MainSheet>(*context, app->queryCycle());
-    sheet->shutDown = [this] { app->shutDown(); };
+    context.reset(new WindowContext{engine->store(), prompter, files, engine->alerts().emailQueue(), engine->alerts().dialer(),
+                                    sound, engine->session(), [shown, root](const QByteArray &script) { return shown->run(script, root); }});
+    sheet = std::make_unique<MainWindow>(*context, engine->queryCycle());
+    QObject::connect(sheet.get(), &MainWindow::shutDownRequested, engine.get(), [this] { engine->shutDown(); });
 }
 
 void WindowFixture::copyFolder(const QString &from, const QString &to)
@@ -56,9 +60,24 @@ void WindowFixture::copyFolder(const QString &from, const QString &to)
 
 void WindowFixture::tick()
 {
-    app->queryCycle().tick();
-    EXPECT_TRUE(waitUntil([&] { return app->queryCycle().queriesInFlight() == 0; }));
+    engine->queryCycle().tick();
+    EXPECT_TRUE(waitUntil([&] { return engine->queryCycle().queriesInFlight() == 0; }));
     QCoreApplication::processEvents();
+}
+
+DeviceListPage &deviceListPage(MainWindow &window)
+{
+    return *window.findChild<DeviceListPage *>();
+}
+
+ProbeListView &probeList(DeviceListPage &page)
+{
+    return *page.findChild<ProbeListView *>();
+}
+
+QTabWidget &pageTabs(QWidget &window)
+{
+    return *window.findChild<QTabWidget *>();
 }
 
 void WindowFixture::picture(QWidget &widget, const QString &name)

@@ -4,19 +4,26 @@
 // and the e-mail test console.
 #pragma once
 
-#include "ConfigContext.h"
-#include "CorvantaApp.h"
-#include "FileChooser.h"
-#include "MainSheet.h"
-#include "NetTestSupport.h"
-#include "ScriptConsoleWindow.h"
-#include "ScriptedPrompter.h"
-#include "SoundPlayer.h"
+#include "ui/WindowContext.h"
+#include "app/Engine.h"
+#include "ui/widgets/FileChooser.h"
+#include "ui/MainWindow.h"
+#include "tests/NetTestSupport.h"
+#include "tests/ui/Controls.h"
+#include "ui/widgets/ScriptConsoleWindow.h"
+#include "tests/ui/ScriptedPrompter.h"
+#include "alerts/SoundPlayer.h"
 
 #include <QCoreApplication>
 #include <QDir>
 
 #include <memory>
+
+namespace cz {
+class DeviceListPage;
+class ProbeListView;
+}
+class QTabWidget;
 
 namespace cz::test {
 
@@ -54,18 +61,24 @@ struct WindowFixture {
     void tick();
     // Writes a picture of `widget` into build/screenshots.
     void picture(QWidget &widget, const QString &name);
-    DeviceStore &store() { return app->store(); }
+    DeviceStore &store() { return engine->store(); }
 
     QTemporaryDir dir;
     ManualClock clock{1794661509};
     RecordingSound sound;
     devsim::DeviceSimulator sim;
-    std::unique_ptr<CCorvantaApp> app;
+    std::unique_ptr<Engine> engine;
     ScriptedPrompter prompter;
     ScriptedFileChooser files;
     std::unique_ptr<ScriptConsoleWindow> console;
-    std::unique_ptr<ConfigContext> context;
-    std::unique_ptr<MainSheet> sheet;
+    std::unique_ptr<WindowContext> context;
+    std::unique_ptr<MainWindow> sheet;
 };
+
+// The window's "Device List" page and its probe list.
+DeviceListPage &deviceListPage(MainWindow &window);
+ProbeListView &probeList(DeviceListPage &page);
+// The tabs of a window (its device pages, or a sheet's probe pages).
+QTabWidget &pageTabs(QWidget &window);
 
 } // namespace cz::test

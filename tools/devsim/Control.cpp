@@ -8,7 +8,7 @@
 //   /device?port=P[&units=C&name=..&model=..]
 //   /time?offset=S | /time?freeze=S       scenario time
 //   /requests?port=P[&clear=1]            request lines the device received
-#include "DeviceSimulator.h"
+#include "tools/devsim/DeviceSimulator.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,4 +1,4 @@
-#include "DeviceSimulator.h"
+#include "tools/devsim/DeviceSimulator.h"
 
 #include <QPointer>
 #include <QRandomGenerator>

@@ -2,7 +2,7 @@
 // port, with faults and values that can be changed while they run.
 #pragma once
 
-#include "SimDevice.h"
+#include "tools/devsim/SimDevice.h"
 
 #include <QElapsedTimer>
 #include <QHostAddress>

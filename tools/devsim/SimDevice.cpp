@@ -1,4 +1,4 @@
-#include "SimDevice.h"
+#include "tools/devsim/SimDevice.h"
 
 #include <QFile>
 #include <QJsonArray>

@@ -1,6 +1,6 @@
 // corvanta-devsim: simulated sensor devices on 127.0.0.1 for the demo, the
 // tests and the benchmarks.
-#include "DeviceSimulator.h"
+#include "tools/devsim/DeviceSimulator.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "MailMessage.h"
+#include "tools/mailer/MailMessage.h"
 
 #include <clocale>
 #include <ctime>

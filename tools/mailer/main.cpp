@@ -7,7 +7,7 @@
 // Server certificates are checked against the system's authorities, or
 // against the file named by SSL_CERT_FILE. Exit status 0 when the server
 // accepted the message; otherwise one line on stderr says why.
-#include "MailMessage.h"
+#include "tools/mailer/MailMessage.h"
 
 #include <curl/curl.h>
 

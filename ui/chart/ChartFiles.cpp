@@ -1,9 +1,9 @@
-#include "ChartFiles.h"
+#include "ui/chart/ChartFiles.h"
 
-#include "ChartSeries.h"
-#include "ChartView.h"
-#include "FileWrite.h"
-#include "Records.h"
+#include "ui/chart/ChartSeries.h"
+#include "ui/chart/ChartView.h"
+#include "store/FileWrite.h"
+#include "store/Records.h"
 
 #include <QDateTime>
 #include <QFile>

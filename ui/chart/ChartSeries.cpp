@@ -1,6 +1,6 @@
-#include "ChartSeries.h"
+#include "ui/chart/ChartSeries.h"
 
-#include "ChartView.h"
+#include "ui/chart/ChartView.h"
 
 #include <cmath>
 #include <limits>

@@ -5,7 +5,7 @@
 // keeps no copy of the histories.
 #pragma once
 
-#include "Records.h"
+#include "store/Records.h"
 
 #include <qcustomplot.h>
 

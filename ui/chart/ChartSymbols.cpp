@@ -1,4 +1,4 @@
-#include "ChartSymbols.h"
+#include "ui/chart/ChartSymbols.h"
 
 #include <qcustomplot.h>
 
@@ -185,6 +185,12 @@ QCPScatterStyle symbolStyle(int index, const QColor &fill, const QColor &edge, d
         found = cache.insert(key, picture);
     }
     return QCPScatterStyle(found.value());
+}
+
+QString symbolName(int index)
+{
+    return index >= 0 && index < kChartSymbolCount ? QString::fromLatin1(kChartSymbols[std::size_t(index)].name)
+                                                   : QStringLiteral("No Symbol");
 }
 
 } // namespace cz

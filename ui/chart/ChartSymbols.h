@@ -6,6 +6,7 @@
 #include <QBrush>
 #include <QColor>
 #include <QPainterPath>
+#include <QString>
 
 #include <array>
 #include <cstdint>
@@ -22,6 +23,9 @@ struct ChartSymbol {
 
 inline constexpr int kChartSymbolCount = 36;
 extern const std::array<ChartSymbol, kChartSymbolCount> kChartSymbols;
+
+// The name of symbol `index` (0 .. 35), "No Symbol" for any other.
+QString symbolName(int index);
 
 // The outline of a symbol code, centred on 0,0 and filling -3 .. 3 (the
 // chart scales custom shapes by size / 6).

@@ -1,4 +1,4 @@
-#include "ChartView.h"
+#include "ui/chart/ChartView.h"
 
 #include <QDateTime>
 

@@ -4,7 +4,7 @@
 // (legend entries, tooltips, document and file names).
 #pragma once
 
-#include "Records.h"
+#include "store/Records.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,6 +1,6 @@
-#include "ConnectionFields.h"
+#include "ui/config/ConnectionFields.h"
 
-#include "FormWidgets.h"
+#include "ui/widgets/FormWidgets.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -18,6 +18,14 @@ int intervalSeconds(int index)
 {
     const int n = int(std::size(kIntervalChoices));
     return index >= 0 && index < n ? kIntervalChoices[index].seconds : 30;
+}
+
+int intervalIndex(int seconds)
+{
+    for (int i = 0; i < int(std::size(kIntervalChoices)); ++i)
+        if (kIntervalChoices[i].seconds == seconds)
+            return i;
+    return -1;
 }
 
 ConnectionFields addConnectionFields(QWidget *dialog, QVBoxLayout *layout, QWidget *modelField)

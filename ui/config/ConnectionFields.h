@@ -2,11 +2,14 @@
 // port, model, interval, logging and proxy, laid out the same in both.
 #pragma once
 
+#include "store/DeviceFile.h"
+#include "ui/widgets/FieldBinding.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
 #include <QString>
 
-class QCheckBox;
-class QComboBox;
-class QLineEdit;
 class QVBoxLayout;
 class QWidget;
 
@@ -25,6 +28,8 @@ inline constexpr IntervalChoice kIntervalChoices[] = {
     {"15 mins.", 900}, {"30 mins.", 1800}, {"1 hour", 3600}};
 // Seconds for a list index; any other index gives 30.
 int intervalSeconds(int index);
+// The list index of `seconds`, -1 when the list does not hold it.
+int intervalIndex(int seconds);
 
 struct ConnectionFields {
     QLineEdit *address, *name, *port;
@@ -37,6 +42,26 @@ struct ConnectionFields {
 // Adds the fields to `layout`; `modelField` (a list or a fixed text) goes
 // after "Device Model:".
 ConnectionFields addConnectionFields(QWidget *dialog, QVBoxLayout *layout, QWidget *modelField);
+
+// Binds the fields to a device record (or the typed part of one).
+template <class Record>
+void bindConnectionFields(FieldBinding<Record> &bind, const ConnectionFields &f)
+{
+    bind.text(f.address, &Record::DeviceAddress, DeviceBit::DeviceAddress);
+    bind.text(f.name, &Record::DeviceName, DeviceBit::DeviceName);
+    // An empty port reads as 0, which is refused when the device is checked.
+    bind.number(f.port, &Record::DevicePort, DeviceBit::DevicePort);
+    bind.choice(
+        f.interval, [](const Record &d) { return intervalIndex(d.QueryInterval); },
+        [](Record &d, int k) { d.QueryInterval = intervalSeconds(k); }, DeviceBit::QueryInterval);
+    bind.flag(f.logging, &Record::LoggingEnabled, DeviceBit::LoggingEnabled);
+    bind.flag(f.logFailures, &Record::LogQueryFailures, DeviceBit::LogQueryFailures);
+    bind.flag(f.useProxy, &Record::UseProxy, DeviceBit::UseProxy);
+    bind.text(f.proxyAddress, &Record::ProxyServerAddress, DeviceBit::ProxyServerAddress);
+    bind.number(f.proxyPort, &Record::ProxyServerPort, DeviceBit::ProxyServerPort);
+    bind.text(f.proxyUser, &Record::ProxyServerUserName, DeviceBit::ProxyServerUserName);
+    bind.text(f.proxyPassword, &Record::ProxyServerPassword, DeviceBit::ProxyServerPassword);
+}
 
 // The warning a query interval under 30 seconds gives.
 QString shortIntervalWarning();

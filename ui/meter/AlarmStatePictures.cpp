@@ -1,4 +1,4 @@
-#include "AlarmStatePictures.h"
+#include "ui/meter/AlarmStatePictures.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,6 +1,6 @@
-#include "MeterLook.h"
+#include "ui/meter/MeterLook.h"
 
-#include "ColorSwatch.h"
+#include "ui/widgets/ColorSwatch.h"
 
 #include <cmath>
 

@@ -3,8 +3,8 @@
 // colours and margins.
 #pragma once
 
-#include "ProgramSettings.h"
-#include "Records.h"
+#include "store/ProgramSettings.h"
+#include "store/Records.h"
 
 #include <QColor>
 #include <QString>

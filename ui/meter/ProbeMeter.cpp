@@ -1,4 +1,4 @@
-#include "ProbeMeter.h"
+#include "ui/meter/ProbeMeter.h"
 
 #include <QPainter>
 #include <QPainterPath>

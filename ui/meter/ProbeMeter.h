@@ -3,7 +3,7 @@
 // what it shows changes.
 #pragma once
 
-#include "MeterLook.h"
+#include "ui/meter/MeterLook.h"
 
 #include <QPixmap>
 #include <QWidget>

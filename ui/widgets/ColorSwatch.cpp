@@ -1,4 +1,4 @@
-#include "ColorSwatch.h"
+#include "ui/widgets/ColorSwatch.h"
 
 #include <QColorDialog>
 #include <QPainter>

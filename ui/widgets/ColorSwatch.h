@@ -2,7 +2,7 @@
 // hear what it is and its colour ("High Alarm Range colour #FF0000").
 #pragma once
 
-#include "PickerBox.h"
+#include "ui/widgets/PickerBox.h"
 
 #include <QColor>
 

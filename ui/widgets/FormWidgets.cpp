@@ -1,6 +1,8 @@
-#include "FormWidgets.h"
+#include "ui/widgets/FormWidgets.h"
 
 #include <QButtonGroup>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QIntValidator>
@@ -87,16 +89,36 @@ QLabel *addRow(QGridLayout *grid, int row, const QString &label, QWidget *field,
     return l;
 }
 
-QHBoxLayout *okCancelRow(QWidget *parent, QPushButton **ok, QPushButton **cancel)
+YesNoField *addQuestion(QGridLayout *grid, int row, const QString &question, QWidget *parent)
 {
-    *ok = new QPushButton(QStringLiteral("OK"), parent);
-    (*ok)->setDefault(true);
-    *cancel = plainButton(QStringLiteral("Cancel"), parent);
-    auto *row = new QHBoxLayout;
-    row->addStretch(1);
-    row->addWidget(*ok);
-    row->addWidget(*cancel);
-    return row;
+    auto *field = new YesNoField(question, parent);
+    grid->addWidget(buddyLabel(question, field->yesButton(), parent), row, 0);
+    grid->addWidget(field, row, 1, 1, -1);
+    return field;
+}
+
+QPushButton *fieldButton(const QString &text, const QString &described, const QString &name, QWidget *parent)
+{
+    QPushButton *b = plainButton(text, parent);
+    b->setAccessibleDescription(described);
+    b->setObjectName(name);
+    return b;
+}
+
+QDialogButtonBox *okCancelButtons(QDialog *dialog)
+{
+    auto *box = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, dialog);
+    box->button(QDialogButtonBox::Ok)->setDefault(true);
+    box->button(QDialogButtonBox::Cancel)->setAutoDefault(false);
+    QObject::connect(box, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
+    QObject::connect(box, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    return box;
+}
+
+void setTextAsTyped(QLineEdit *edit, const QString &text)
+{
+    edit->setText(text);
+    emit edit->textEdited(text);
 }
 
 void chainTabOrder(const QList<QWidget *> &widgets)

@@ -10,6 +10,8 @@
 
 class QAbstractButton;
 class QComboBox;
+class QDialog;
+class QDialogButtonBox;
 class QGridLayout;
 class QHBoxLayout;
 class QLabel;
@@ -57,8 +59,22 @@ QLineEdit *numberField(int maxDigits, QWidget *parent);
 QLabel *addRow(QGridLayout *grid, int row, const QString &label, QWidget *field,
                std::initializer_list<QWidget *> after = {});
 
-// "OK" (the default button) and "Cancel" at the right of a row.
-QHBoxLayout *okCancelRow(QWidget *parent, QPushButton **ok, QPushButton **cancel);
+// "OK" (the default button) and "Cancel" for `dialog`, tied to its accept()
+// and reject(); more buttons can be added to the box.
+QDialogButtonBox *okCancelButtons(QDialog *dialog);
+
+// Puts `text` into `edit` as if the operator had typed it (after a file was
+// chosen for the field, say): whatever listens to the operator's edits
+// hears of it.
+void setTextAsTyped(QLineEdit *edit, const QString &text);
+
+// A "Yes"/"No" question in grid row `row`, labelled by the question.
+YesNoField *addQuestion(QGridLayout *grid, int row, const QString &question, QWidget *parent);
+
+// A button beside a field whose text other buttons share ("Browse",
+// "Test"): `described` tells it apart for a screen reader, `name` for the
+// window's tests.
+QPushButton *fieldButton(const QString &text, const QString &described, const QString &name, QWidget *parent);
 
 // Sets the Tab order to the order of `widgets`.
 void chainTabOrder(std::initializer_list<QWidget *> widgets);

@@ -1,4 +1,4 @@
-#include "PickerBox.h"
+#include "ui/widgets/PickerBox.h"
 
 #include <QKeyEvent>
 #include <QPainter>

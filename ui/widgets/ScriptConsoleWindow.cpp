@@ -1,7 +1,7 @@
-#include "ScriptConsoleWindow.h"
+#include "ui/widgets/ScriptConsoleWindow.h"
 
-#include "FormWidgets.h"
-#include "ScriptConsole.h"
+#include "ui/widgets/FormWidgets.h"
+#include "alerts/ScriptConsole.h"
 
 #include <QCloseEvent>
 #include <QFontDatabase>

@@ -18,7 +18,6 @@ public:
     // Shows the window and starts the script; 0 or an errno.
     int run(const QByteArray &scriptPath, const QByteArray &workingFolder);
     QString text() const;
-    QPushButton *continueButton() const { return continue_; }
     ScriptConsole &console() { return *console_; }
 
 signals:

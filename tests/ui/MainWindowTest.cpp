@@ -1,0 +1,79 @@
+// The main window on the engine: the close question and the saving close,
+// and pictures of the window with the demo devices.
+#include "ui/list/DeviceListPage.h"
+#include "ui/list/ProbeCells.h"
+#include "ui/list/ProbeListView.h"
+#include "ui/list/ProbeTableModel.h"
+#include "tests/ui/ScriptedPrompter.h"
+#include "tools/devsim/SimDevice.h"
+#include "alerts/SoundPlayer.h"
+#include "ui/SplashWindow.h"
+#include "tests/ui/WindowFixture.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QLabel>
+#include <QTabWidget>
+
+#include <gtest/gtest.h>
+
+using namespace cz;
+using namespace cz::test;
+
+
+
+TEST(MainWindow, ShowsEveryDeviceAndItsProbesLive)
+{
+    WindowFixture f;
+    MainWindow &sheet = *f.sheet;
+    ASSERT_EQ(pageTabs(sheet).count(), 5);
+    EXPECT_EQ(pageTabs(sheet).tabText(0), "Device List");
+    EXPECT_EQ(pageTabs(sheet).tabText(1), "Server Room");
+    EXPECT_EQ(sheet.minimumSize(), QSize(764, 674));
+    sheet.placeCentred();
+    sheet.show();
+
+    // Rack A Intake at the top of its swing (alarm), Freezer 3 stepped up
+    // (caution), the rest normal.
+    f.sim.freezeTime(50);
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+    EXPECT_EQ(control<QLabel>(sheet, "statusLine").text(), "Status: monitoring devices...");
+    ProbeTableModel &model = deviceListPage(sheet).model();
+    QStringList states;
+    for (int row = 0; row < model.rowCount(); ++row)
+        states << model.index(row, model.columnOfKind(ColumnKind::AlarmStateKind)).data().toString();
+    EXPECT_TRUE(states.contains("Alarm High"));
+    EXPECT_TRUE(states.contains("Caution High"));
+    EXPECT_TRUE(states.contains("Normal"));
+    f.picture(sheet, "main-window.png");
+    pageTabs(sheet).setCurrentIndex(1);
+    f.picture(sheet, "device-page.png");
+    SplashWindow splash;
+    f.picture(splash, "splash.png");
+}
+
+TEST(MainWindow, ClosingAsksThenSavesAndLogsTheShutdown)
+{
+    WindowFixture f;
+    MainWindow &sheet = *f.sheet;
+    sheet.show();
+    f.prompter.answers = {false};
+    EXPECT_FALSE(sheet.close());
+    EXPECT_EQ(f.prompter.questions, QStringList{"Close the program and stop monitoring devices?"});
+    EXPECT_EQ(f.engine->status().ShuttingDown, 0);
+
+    f.sim.freezeTime(50);
+    f.tick();
+    f.prompter.answers = {true};
+    EXPECT_TRUE(sheet.close());
+    EXPECT_EQ(f.engine->status().ShuttingDown, 1);
+    EXPECT_EQ(control<QLabel>(sheet, "statusLine").text(), "Status: shutting down...");
+    const DeviceRecord &d = *f.engine->store().device(0);
+    const QByteArray log = readFile(d.probe(0)->LogFile.bytes());
+    EXPECT_TRUE(log.endsWith("Corvanta Zephtra program shutting down.\r\n")) << log.constData();
+    // The extremes of the run are in the device file.
+    const QByteArray file = readFile(f.engine->store().folder().deviceFile("Server Room"));
+    EXPECT_TRUE(file.contains("HighestTemp=88.00")) << file.constData();
+}
