@@ -3,9 +3,9 @@
 // query-failure e-mail.
 #pragma once
 
-#include "monitor/AlertActions.h"
 #include "alerts/EmailQueue.h"
 #include "alerts/VoiceDialer.h"
+#include "monitor/AlertActions.h"
 
 namespace cz {
 

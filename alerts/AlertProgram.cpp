@@ -1,8 +1,8 @@
 #include "alerts/AlertProgram.h"
 
+#include "alerts/Spawn.h"
 #include "store/DeviceStore.h"
 #include "store/ProbeLog.h"
-#include "alerts/Spawn.h"
 
 namespace cz {
 

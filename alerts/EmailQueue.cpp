@@ -1,16 +1,15 @@
 #include "alerts/EmailQueue.h"
 
+#include "alerts/Spawn.h"
 #include "store/DeviceStore.h"
 #include "store/FileWrite.h"
 #include "store/LogFiles.h"
-#include "alerts/Spawn.h"
 
 #include <QCoreApplication>
-#include <QFile>
-#include <QStringList>
 #include <QElapsedTimer>
-
+#include <QFile>
 #include <QPointer>
+#include <QStringList>
 
 #include <cerrno>
 #include <csignal>

@@ -1,9 +1,9 @@
 #include "alerts/EmailTest.h"
 
-#include "store/DeviceStore.h"
-#include "store/CFormat.h"
 #include "alerts/ScriptMail.h"
 #include "alerts/ShellQuote.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
 
 namespace cz {
 

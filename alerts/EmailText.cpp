@@ -1,10 +1,10 @@
 #include "alerts/EmailText.h"
 
-#include "store/DeviceStore.h"
+#include "alerts/ShellQuote.h"
 #include "store/CFormat.h"
+#include "store/DeviceStore.h"
 #include "store/History.h"
 #include "store/Records.h"
-#include "alerts/ShellQuote.h"
 
 #include <QFile>
 #include <QFileInfo>

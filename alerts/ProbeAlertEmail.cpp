@@ -1,9 +1,9 @@
 #include "alerts/ProbeAlertEmail.h"
 
-#include "store/DeviceStore.h"
-#include "store/CFormat.h"
 #include "alerts/EmailQueue.h"
 #include "alerts/EmailText.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
 #include "store/LogFiles.h"
 
 namespace cz {

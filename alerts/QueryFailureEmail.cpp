@@ -1,8 +1,8 @@
 #include "alerts/QueryFailureEmail.h"
 
+#include "alerts/ScriptMail.h"
 #include "store/CFormat.h"
 #include "store/DeviceStore.h"
-#include "alerts/ScriptMail.h"
 
 namespace cz {
 

@@ -1,8 +1,25 @@
 #include "app/CommandLine.h"
 
+#include <QMap>
+
 #include <optional>
 
 namespace cz {
+
+namespace {
+
+// Collects every flag (an argument starting with "-" or "/") with the value
+// "TRUE"; a plain argument right after a flag becomes that flag's value.
+class ClassicFlags {
+public:
+    void parseParam(const QString &param, bool isFlag);
+    bool hasFlag(const QString &key) const { return params_.contains(key); }
+    QString value(const QString &key) const { return params_.value(key); }
+
+private:
+    QMap<QString, QString> params_;
+    QString lastFlag_;
+};
 
 void ClassicFlags::parseParam(const QString &param, bool isFlag)
 {
@@ -14,8 +31,6 @@ void ClassicFlags::parseParam(const QString &param, bool isFlag)
         lastFlag_.clear();
     }
 }
-
-namespace {
 
 // "--name VALUE" (which takes the next argument) or "--name=VALUE"; nothing
 // when args[i] is another argument.

@@ -1,7 +1,7 @@
 #include "app/Engine.h"
 
-#include "store/CFormat.h"
 #include "monitor/MetricsExposition.h"
+#include "store/CFormat.h"
 #include "store/Records.h"
 
 #include <QDir>

@@ -2,15 +2,15 @@
 // builds the engine, starts it up and shuts it down.
 #pragma once
 
-#include "monitor/AlarmEvaluation.h"
 #include "alerts/AlertDispatcher.h"
 #include "app/CommandLine.h"
-#include "store/DeviceStore.h"
-#include "net/HttpSession.h"
-#include "store/LogFiles.h"
-#include "net/MetricsServer.h"
-#include "store/ProgramStatus.h"
+#include "monitor/AlarmEvaluation.h"
 #include "monitor/QueryCycle.h"
+#include "net/HttpSession.h"
+#include "net/MetricsServer.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
+#include "store/ProgramStatus.h"
 
 #include <QLockFile>
 #include <QObject>

@@ -1,11 +1,11 @@
 // The program without a window: status lines and alarm events on stdout,
 // messages on stderr, SIGTERM or SIGINT for a saving shutdown.
 #include "app/AppMain.h"
-
-#include "store/CFormat.h"
 #include "app/Engine.h"
-#include "ui/SoundEffectPlayer.h"
 #include "app/TerminationSignals.h"
+#include "store/CFormat.h"
+#include "store/SystemClock.h"
+#include "ui/SoundEffectPlayer.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

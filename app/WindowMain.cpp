@@ -1,19 +1,19 @@
 // The program with its window: splash, the main sheet, message boxes for
 // the engine's messages, and the saving close.
 #include "app/AppMain.h"
-
-#include "ui/WindowContext.h"
 #include "app/Engine.h"
-#include "ui/widgets/FileChooser.h"
-#include "ui/widgets/ScriptConsoleWindow.h"
-#include "ui/list/DeviceListPage.h"
-#include "ui/chart/ChartPage.h"
+#include "app/TerminationSignals.h"
 #include "monitor/HistoryLoader.h"
+#include "store/SystemClock.h"
+#include "ui/chart/ChartPage.h"
+#include "ui/list/DeviceListPage.h"
 #include "ui/MainWindow.h"
-#include "ui/Prompter.h"
+#include "ui/MessageBoxPrompter.h"
 #include "ui/SoundEffectPlayer.h"
 #include "ui/SplashWindow.h"
-#include "app/TerminationSignals.h"
+#include "ui/widgets/DialogFileChooser.h"
+#include "ui/widgets/ScriptConsoleWindow.h"
+#include "ui/WindowContext.h"
 
 #include <QApplication>
 #include <QMessageBox>

@@ -2,6 +2,7 @@
 
 #include "store/DeviceStore.h"
 #include "store/LogFiles.h"
+#include "store/SystemClock.h"
 
 #include <QCoreApplication>
 
@@ -12,23 +13,6 @@
 #include <string>
 
 namespace cz::bench {
-
-QList<int> startSimulator(QProcess &simulator, const QStringList &arguments)
-{
-    simulator.start(QCoreApplication::applicationDirPath() + "/corvanta-devsim", arguments);
-    QByteArray out;
-    while (!out.contains("ready\n") && simulator.waitForReadyRead(10000))
-        out += simulator.readAllStandardOutput();
-    QList<int> ports;
-    for (const QByteArray &line : out.split('\n'))
-        if (!line.isEmpty() && line != "ready")
-            ports.append(line.split(' ')[0].toInt());
-    if (!out.contains("ready\n")) {
-        std::fprintf(stderr, "the simulator did not start: %s\n", out.constData());
-        ports.clear();
-    }
-    return ports;
-}
 
 void writeDataFolder(const DataFolder &folder, const QList<int> &ports)
 {
@@ -73,16 +57,6 @@ FolderStore::FolderStore(int devices)
       store(folder, SystemClock::instance(), log, status)
 {
     store.readProgramSettings();
-}
-
-long residentKiB()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmRSS:", 0) == 0)
-            return std::stol(line.substr(6));
-    return -1;
 }
 
 double processCpuMs()

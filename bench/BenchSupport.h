@@ -5,7 +5,9 @@
 #include "store/DataFolder.h"
 #include "store/DeviceStore.h"
 #include "store/LogFiles.h"
+#include "tests/support/Processes.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QList>
 #include <QProcess>
@@ -19,7 +21,11 @@ namespace cz::bench {
 
 // Starts corvanta-devsim (next to the benchmark) with `arguments` and
 // returns the ports it serves, in device order; empty when it did not start.
-QList<int> startSimulator(QProcess &simulator, const QStringList &arguments);
+inline QList<int> startSimulator(QProcess &simulator, const QStringList &arguments)
+{
+    return test::startSimulator(simulator, QCoreApplication::applicationDirPath(), arguments);
+}
+using test::residentKiB;
 
 // Writes a data folder of one "Model R16" device of 16 temperature probes
 // per port, logging on, thresholds 40/50/73/74 and an e-mail after 3 readings.
@@ -35,9 +41,6 @@ struct FolderStore {
     ProgramStatus status;
     DeviceStore store;
 };
-
-// Resident memory of this process in KiB.
-long residentKiB();
 
 // CPU time of this process, every thread, in milliseconds.
 double processCpuMs();

@@ -2,16 +2,19 @@
 // 16-probe month and hour, zoom and slider steps, the event-loop cost of a
 // whole cycle's samples with 256 devices, the memory the pages add to full
 // histories, and refilling the histories from 30 days of data files.
-#include "bench/BenchSupport.h"
-#include "ui/WindowContext.h"
-#include "app/Engine.h"
-#include "ui/chart/ChartPage.h"
-#include "store/DeviceStore.h"
-#include "ui/widgets/FileChooser.h"
-#include "monitor/HistoryLoader.h"
-#include "ui/Prompter.h"
-#include "monitor/QueryCycle.h"
 #include "alerts/SoundPlayer.h"
+#include "app/Engine.h"
+#include "bench/BenchSupport.h"
+#include "monitor/HistoryLoader.h"
+#include "monitor/QueryCycle.h"
+#include "store/DeviceStore.h"
+#include "tests/support/ManualClock.h"
+#include "ui/chart/ChartPage.h"
+#include "ui/MessageBoxPrompter.h"
+#include "ui/Prompter.h"
+#include "ui/widgets/DialogFileChooser.h"
+#include "ui/widgets/FileChooser.h"
+#include "ui/WindowContext.h"
 
 #include <QApplication>
 #include <QDir>

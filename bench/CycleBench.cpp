@@ -4,14 +4,15 @@
 // daily log rollover is part of it. Reports the CPU time of a query cycle
 // (tick, walk, replies, alarm evaluation, logs and history samples), the
 // resident memory at start, and what completely full histories take.
+#include "bench/BenchSupport.h"
 #include "monitor/AlarmEvaluation.h"
 #include "monitor/AlertActions.h"
-#include "store/DeviceStore.h"
-#include "bench/BenchSupport.h"
-#include "store/CFormat.h"
-#include "store/LogFiles.h"
-#include "net/HttpSession.h"
 #include "monitor/QueryCycle.h"
+#include "net/HttpSession.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
+#include "tests/support/ManualClock.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

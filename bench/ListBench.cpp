@@ -2,12 +2,13 @@
 // platform): how long a refresh takes after a walk changed every probe's
 // reading and every device's contact time, and after a walk that changed
 // nothing.
-#include "store/DeviceStore.h"
 #include "bench/BenchSupport.h"
 #include "store/DeviceFile.h"
-#include "ui/list/DeviceListPage.h"
+#include "store/DeviceStore.h"
 #include "store/LogFiles.h"
+#include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeTableModel.h"
+#include "ui/MessageBoxPrompter.h"
 #include "ui/Prompter.h"
 
 #include <QApplication>

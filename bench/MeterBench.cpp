@@ -2,10 +2,11 @@
 // after a cycle costs the event loop, when every reading changed and when
 // none did.
 #include "bench/BenchSupport.h"
-#include "ui/list/DeviceListPage.h"
 #include "store/DeviceStore.h"
 #include "store/LogFiles.h"
+#include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeStatusWindows.h"
+#include "ui/MessageBoxPrompter.h"
 #include "ui/Prompter.h"
 
 #include <QApplication>

@@ -2,10 +2,10 @@
 // building it holds up the event loop, its size, and a whole scrape over
 // loopback.
 #include "bench/BenchSupport.h"
-#include "net/HttpSession.h"
 #include "monitor/MetricsExposition.h"
-#include "net/MetricsServer.h"
 #include "monitor/QueryCycle.h"
+#include "net/HttpSession.h"
+#include "net/MetricsServer.h"
 #include "store/Records.h"
 
 #include <QCoreApplication>

@@ -5,14 +5,16 @@
 // devices' data lines came at worst, the longest stall of the event loop,
 // and how resident memory grew after the first minute.
 // SOAK_SECONDS sets the length (600).
+#include "bench/BenchSupport.h"
 #include "monitor/AlarmEvaluation.h"
 #include "monitor/AlertActions.h"
-#include "bench/BenchSupport.h"
+#include "monitor/QueryCycle.h"
+#include "net/HttpSession.h"
 #include "store/CFormat.h"
 #include "store/DeviceStore.h"
-#include "net/HttpSession.h"
 #include "store/LogFiles.h"
-#include "monitor/QueryCycle.h"
+#include "store/SystemClock.h"
+#include "tests/support/QuietActions.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -37,14 +39,6 @@ constexpr int kProbes = 16;
 constexpr int kInterval = 5;
 // One device in four misbehaves, each in one of these ways.
 const char *const kFaults[] = {"refuse", "hang", "trickle", "slow", "garbage", "http500", "reset", "nul", "huge"};
-
-class NoActions final : public AlertActions {
-public:
-    void playSound(DeviceStore &, const QByteArray &) override {}
-    void sendAlarmEmail(DeviceStore &, int, int, double) override {}
-    void triggerVoiceDialer(DeviceStore &, int, int) override {}
-    void runAlertProgram(DeviceStore &, int, int, const QByteArray &) override {}
-};
 
 bool misbehaves(int device)
 {
@@ -102,7 +96,7 @@ int main(int argc, char **argv)
     }
     store.currentDateText = dateText(SystemClock::instance().now());
     HttpSession session;
-    NoActions actions;
+    test::NoAlertActions actions;
     AlarmEvaluation evaluation(actions);
     QueryCycle cycle(store, session);
     cycle.setEvaluation(&evaluation);

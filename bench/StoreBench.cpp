@@ -1,8 +1,9 @@
 // Loading and saving a full data folder: 256 devices of 16 probes.
-#include "store/DeviceStore.h"
 #include "bench/BenchSupport.h"
 #include "store/DeviceFile.h"
+#include "store/DeviceStore.h"
 #include "store/LogFiles.h"
+#include "store/SystemClock.h"
 
 #include <QCoreApplication>
 #include <QDir>

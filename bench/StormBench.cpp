@@ -3,15 +3,17 @@
 // to an SMTP server on 127.0.0.1. Reports the longest stall of the event
 // loop while the alerts are raised and sent, whether every message arrived
 // in the order the alarms were raised, and the spacing of the sends.
-#include "monitor/AlarmEvaluation.h"
 #include "alerts/AlertDispatcher.h"
-#include "store/DeviceStore.h"
-#include "bench/BenchSupport.h"
-#include "store/CFormat.h"
-#include "store/LogFiles.h"
-#include "net/HttpSession.h"
-#include "monitor/QueryCycle.h"
 #include "alerts/SoundPlayer.h"
+#include "bench/BenchSupport.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/QueryCycle.h"
+#include "net/HttpSession.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/QuietActions.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -30,11 +32,6 @@
 using namespace cz;
 
 namespace {
-
-class NoSound final : public SoundPlayer {
-public:
-    void play(const QByteArray &) override {}
-};
 
 } // namespace
 
@@ -86,7 +83,7 @@ int main(int argc, char **argv)
         }
     }
     HttpSession session;
-    NoSound sound;
+    test::RecordingSound sound;
     AlertDispatcher alerts(state, sound);
     AlarmEvaluation evaluation(alerts);
     QueryCycle cycle(state, session);

@@ -3,11 +3,13 @@
 // the longest stall of the event loop meanwhile. The first cycle after
 // start-up, which creates every probe's data file, is measured apart.
 #include "bench/BenchSupport.h"
+#include "monitor/QueryCycle.h"
+#include "net/HttpSession.h"
 #include "store/CFormat.h"
 #include "store/DeviceStore.h"
-#include "net/HttpSession.h"
 #include "store/LogFiles.h"
-#include "monitor/QueryCycle.h"
+#include "store/SystemClock.h"
+#include "tests/support/ManualClock.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,9 +1,9 @@
 #include "monitor/AlarmEvaluation.h"
 
 #include "monitor/AlertActions.h"
-#include "store/DeviceStore.h"
 #include "store/CFormat.h"
 #include "store/DeviceFile.h"
+#include "store/DeviceStore.h"
 #include "store/ProbeLog.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "monitor/MetricsExposition.h"
 
-#include "store/DeviceStore.h"
 #include "monitor/QueryCycle.h"
+#include "store/DeviceStore.h"
 #include "store/Records.h"
 
 #include <QLocale>

@@ -1,12 +1,12 @@
 #include "monitor/QueryCycle.h"
 
+#include "monitor/ReplyApplication.h"
+#include "net/DeviceUrl.h"
+#include "net/FailedAttempt.h"
 #include "store/CFormat.h"
 #include "store/DeviceFile.h"
 #include "store/DeviceStore.h"
-#include "net/DeviceUrl.h"
-#include "net/FailedAttempt.h"
 #include "store/LogFiles.h"
-#include "monitor/ReplyApplication.h"
 
 #include <algorithm>
 #include <cmath>

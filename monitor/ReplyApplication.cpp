@@ -1,11 +1,11 @@
 #include "monitor/ReplyApplication.h"
 
-#include "store/CFormat.h"
 #include "monitor/DailyRollover.h"
-#include "store/DeviceStore.h"
-#include "store/LogFiles.h"
 #include "monitor/ProbeEvaluation.h"
 #include "net/ReplyParser.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
 
 namespace cz {
 

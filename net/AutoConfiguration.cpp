@@ -1,9 +1,9 @@
 #include "net/AutoConfiguration.h"
 
-#include "store/DeviceStore.h"
-#include "store/CFormat.h"
-#include "net/FailedAttempt.h"
 #include "net/DeviceUrl.h"
+#include "net/FailedAttempt.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
 #include "store/LogFiles.h"
 
 namespace cz {

@@ -1,13 +1,12 @@
 #include "net/HttpSession.h"
 
-#include <curl/curl.h>
-
 #include <QMetaObject>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <curl/curl.h>
 #include <deque>
 #include <mutex>
 #include <thread>

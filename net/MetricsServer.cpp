@@ -3,10 +3,9 @@
 #include <QSocketNotifier>
 #include <QTcpServer>
 
-#include <microhttpd.h>
-
 #include <algorithm>
 #include <cstring>
+#include <microhttpd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 

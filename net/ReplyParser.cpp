@@ -1,7 +1,7 @@
 #include "net/ReplyParser.h"
 
-#include "store/CFormat.h"
 #include "net/DeviceUrl.h"
+#include "store/CFormat.h"
 
 namespace cz {
 

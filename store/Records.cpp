@@ -86,6 +86,41 @@ int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from)
     return 1;
 }
 
+// What monitoring has learnt of a probe, which an edit made from an older
+// copy must not take back.
+void copyRunState(ProbeRecord &to, const ProbeRecord &live)
+{
+    to.AlarmState = live.AlarmState;
+    to.ConsecutiveAlarmCount = live.ConsecutiveAlarmCount;
+    to.HighAlarmSent = live.HighAlarmSent;
+    to.HighCautionSent = live.HighCautionSent;
+    to.LowCautionSent = live.LowCautionSent;
+    to.LowAlarmSent = live.LowAlarmSent;
+    to.LastAlarmSetTimeVal = live.LastAlarmSetTimeVal;
+    to.LastAlarmClearedTimeVal = live.LastAlarmClearedTimeVal;
+    to.CurrentValueText = live.CurrentValueText;
+    to.CurrentTemp = live.CurrentTemp;
+    to.HighestTemp = live.HighestTemp;
+    to.HighestTempTimeVal = live.HighestTempTimeVal;
+    to.LowestTemp = live.LowestTemp;
+    to.LowestTempTimeVal = live.LowestTempTimeVal;
+    to.CurrentHumidity = live.CurrentHumidity;
+    to.HighestHumidity = live.HighestHumidity;
+    to.HighestHumidityTimeVal = live.HighestHumidityTimeVal;
+    to.LowestHumidity = live.LowestHumidity;
+    to.LowestHumidityTimeVal = live.LowestHumidityTimeVal;
+    to.CurrentWetness = live.CurrentWetness;
+    to.HighestWetness = live.HighestWetness;
+    to.HighestWetnessTimeVal = live.HighestWetnessTimeVal;
+    to.LowestWetness = live.LowestWetness;
+    to.LowestWetnessTimeVal = live.LowestWetnessTimeVal;
+    to.SwitchState = live.SwitchState;
+    to.SwitchOpenTimeVal = live.SwitchOpenTimeVal;
+    to.SwitchCloseTimeVal = live.SwitchCloseTimeVal;
+    to.Values = live.Values;
+    to.ShownChanges = live.ShownChanges;
+}
+
 std::unique_ptr<DeviceRecord> workingCopy(const DeviceRecord &device)
 {
     auto copy = std::make_unique<DeviceRecord>();

@@ -206,6 +206,11 @@ int copyProbeRecord(ProbeRecord *to, const ProbeRecord &from);
 // The same for a device, without its probes.
 int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from);
 
+// What monitoring has learnt of a probe (state, counts, readings,
+// extremes, history), copied onto an edited copy of it, which must not take
+// that back.
+void copyRunState(ProbeRecord &to, const ProbeRecord &live);
+
 // A working copy of a device and its probes for a window to edit: every
 // setting and state, without the reading histories.
 std::unique_ptr<DeviceRecord> workingCopy(const DeviceRecord &device);

@@ -1,6 +1,6 @@
 #include "monitor/AlarmEvaluation.h"
 #include "monitor/AlertActions.h"
-#include "tests/NetTestSupport.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -2,10 +2,10 @@
 #include "alerts/AlertProgram.h"
 #include "alerts/EmailQueue.h"
 #include "alerts/EmailTest.h"
-#include "tests/MailTestSupport.h"
-#include "tests/NetTestSupport.h"
 #include "alerts/ScriptConsole.h"
 #include "alerts/VoiceDialer.h"
+#include "tests/support/MailTestSupport.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,19 +1,20 @@
 // Alert e-mail: what the engine's alarms send, the working files and
 // scripts, the configuration errors, and the query-failure e-mail.
-#include "monitor/AlarmEvaluation.h"
 #include "alerts/AlertDispatcher.h"
-#include "tests/MailTestSupport.h"
-#include "tests/NetTestSupport.h"
 #include "alerts/ProbeAlertEmail.h"
-#include "monitor/QueryCycle.h"
 #include "alerts/SoundPlayer.h"
+#include "monitor/AlarmEvaluation.h"
+#include "monitor/QueryCycle.h"
+#include "tests/support/MailTestSupport.h"
+#include "tests/support/NetTestSupport.h"
+#include "tests/support/QuietActions.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QJsonArray>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QJsonArray>
 
 #include <gtest/gtest.h>
 
@@ -25,12 +26,6 @@ using namespace cz::test;
 namespace {
 
 constexpr auto T = ProbeType::Temperature;
-
-class NoSound : public SoundPlayer {
-public:
-    void play(const QByteArray &file) override { played.append(file); }
-    QList<QByteArray> played;
-};
 
 // The engine with real alert actions: the mailer from the build folder,
 // working files in the test's data folder.
@@ -62,7 +57,7 @@ struct AlertFixture : NetFixture {
         return p;
     }
     QByteArray file(const char *name) { return readFile(path(name)); }
-    NoSound sound;
+    RecordingSound sound;
     AlertDispatcher alerts;
     AlarmEvaluation evaluation;
     QueryCycle cycle;

@@ -1,5 +1,5 @@
 #include "net/AutoConfiguration.h"
-#include "tests/NetTestSupport.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,13 @@
 // A device that stops answering, end to end: the program runs headless
 // against a simulator process and a real mail server; the simulator is
 // killed and later started again on the same port.
-#include "tests/MailTestSupport.h"
-#include "tests/TestSupport.h"
+#include "tests/support/MailTestSupport.h"
+#include "tests/support/Processes.h"
+#include "tests/support/TestSupport.h"
 
 #include <QDir>
-#include <QJsonArray>
 #include <QElapsedTimer>
+#include <QJsonArray>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -25,11 +26,8 @@ quint16 startSimulator(QProcess &sim, const DataFolderFixture &f, quint16 port)
     writeFile(f.path("sim.json"), R"({"devices": [{"model": "Model R4", "name": "Lab", "port": )" +
                                       QByteArray::number(port) +
                                       R"(, "probes": [{"name": "Intake", "scenario": {"kind": "constant", "value": 70}}]}]})");
-    sim.start(QStringLiteral(CZ_BIN_DIR "/corvanta-devsim"), {"--config", f.dir.filePath("sim.json")});
-    QByteArray out;
-    if (!waitForOutput(sim, "ready\n", out))
-        return 0;
-    return quint16(out.split(' ')[0].toUInt());
+    const QList<int> ports = test::startSimulator(sim, QStringLiteral(CZ_BIN_DIR), {"--config", f.dir.filePath("sim.json")});
+    return ports.isEmpty() ? 0 : quint16(ports.first());
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "tests/NetTestSupport.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <QProcess>
 #include <QTemporaryFile>

@@ -1,7 +1,7 @@
-#include "store/DeviceStore.h"
 #include "monitor/DailyRollover.h"
+#include "store/DeviceStore.h"
 #include "store/LogFiles.h"
-#include "tests/TestSupport.h"
+#include "tests/support/TestSupport.h"
 
 #include <QDir>
 

@@ -5,7 +5,7 @@
 #include "store/DeviceFile.h"
 #include "store/FileWrite.h"
 #include "store/IniFile.h"
-#include "tests/NetTestSupport.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -3,8 +3,9 @@
 #include "monitor/AlarmEvaluation.h"
 #include "monitor/AlertActions.h"
 #include "monitor/HistoryLoader.h"
-#include "tests/NetTestSupport.h"
 #include "monitor/QueryCycle.h"
+#include "tests/support/NetTestSupport.h"
+#include "tests/support/QuietActions.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -17,13 +18,6 @@ namespace cz::test {
 
 namespace {
 
-class NoAlerts final : public AlertActions {
-public:
-    void playSound(DeviceStore &, const QByteArray &) override {}
-    void sendAlarmEmail(DeviceStore &, int, int, double) override {}
-    void triggerVoiceDialer(DeviceStore &, int, int) override {}
-    void runAlertProgram(DeviceStore &, int, int, const QByteArray &) override {}
-};
 
 struct Sampled {
     double time;
@@ -76,7 +70,7 @@ TEST(HistoryReload, ARestartAfterMidnightGetsBackTheSamplesOfBothDays)
     f.store().deviceForUpdate(0)->QueryInterval = 30;
     f.store().currentDateText = "11-14-26";
     QueryCycle cycle(f.store(), f.session);
-    NoAlerts actions;
+    NoAlertActions actions;
     AlarmEvaluation evaluation(actions);
     cycle.setEvaluation(&evaluation);
     // From 23:50 to 00:09: the rollover moves the first day's files.

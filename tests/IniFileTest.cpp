@@ -1,5 +1,5 @@
 #include "store/IniFile.h"
-#include "tests/TestSupport.h"
+#include "tests/support/TestSupport.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,11 +1,10 @@
 // corvanta-mailer against a real SMTP server on 127.0.0.1.
-#include "tests/MailTestSupport.h"
-#include "tests/TestSupport.h"
+#include "tests/support/MailTestSupport.h"
+#include "tests/support/TestSupport.h"
 
 #include <QJsonArray>
-#include <QTemporaryDir>
-
 #include <QTcpServer>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 

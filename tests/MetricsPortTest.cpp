@@ -2,7 +2,8 @@
 // each kind of request gets, and a flood of idle connections, a huge upload
 // and a client that never reads, all at once, while a device is polled.
 #include "net/MetricsServer.h"
-#include "tests/NetTestSupport.h"
+#include "tests/support/NetTestSupport.h"
+#include "tests/support/Processes.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -89,25 +90,6 @@ bool closedByServer(int fd)
     return n == 0 || (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK);
 }
 
-int openFiles(qint64 pid)
-{
-    return int(QDir(QStringLiteral("/proc/%1/fd").arg(pid)).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size());
-}
-
-qint64 residentKb(qint64 pid)
-{
-    for (const QByteArray &line : readFile("/proc/" + QByteArray::number(pid) + "/status").split('\n'))
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').first().toLongLong();
-    return -1;
-}
-
-quint16 freeLoopbackPort()
-{
-    QTcpServer probe;
-    return probe.listen(QHostAddress::LocalHost) ? probe.serverPort() : 0;
-}
-
 // The program, headless, serving metrics, polling one simulated device
 // every second with its data file written.
 class HostileClients : public ::testing::Test {
@@ -116,14 +98,13 @@ protected:
     {
         writeFile(f.path("sim.json"), R"({"devices": [{"model": "Model R4", "name": "Lab",
             "probes": [{"name": "Intake", "scenario": {"kind": "constant", "value": 70}}]}]})");
-        sim.start(QStringLiteral(CZ_BIN_DIR "/corvanta-devsim"), {"--config", f.dir.filePath("sim.json")});
-        QByteArray simOut;
-        ASSERT_TRUE(waitForOutput(sim, "ready\n", simOut)) << simOut.constData();
+        const QList<int> ports = startSimulator(sim, QStringLiteral(CZ_BIN_DIR), {"--config", f.dir.filePath("sim.json")});
+        ASSERT_FALSE(ports.isEmpty());
         QDir().mkpath(QFile::decodeName(f.path("Devices")));
         writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Lab\r\n");
         writeFile(f.path("Devices/Lab.ini"),
                   "[Device]\r\nDeviceName=Lab\r\nDeviceModel=Model R4\r\nDeviceAddress=127.0.0.1\r\nDevicePort=" +
-                      simOut.split(' ')[0] +
+                      QByteArray::number(ports.first()) +
                       "\r\nProbeCount=1\r\nQueryInterval=1\r\nLoggingEnabled=1\r\n"
                       "[Probe01]\r\nProbeNumber=1\r\nProbeName=Intake\r\nProbeEnabled=1\r\n");
         port = freeLoopbackPort();
@@ -204,7 +185,7 @@ TEST_F(HostileClients, FloodsUploadsAndNonReadersLeaveMonitoringAndAPoliteScrape
 {
     const qint64 pid = program.processId();
     const int baseFiles = openFiles(pid);
-    const qint64 baseKb = residentKb(pid);
+    const long baseKb = residentKiB(pid);
     QElapsedTimer attack;
     attack.start();
     const QDateTime startedAt = QDateTime::currentDateTime();
@@ -267,10 +248,10 @@ TEST_F(HostileClients, FloodsUploadsAndNonReadersLeaveMonitoringAndAPoliteScrape
     // The program holds a bounded number of descriptors and little memory
     // throughout.
     int mostFiles = 0;
-    qint64 mostKb = 0;
+    long mostKb = 0;
     while (attack.elapsed() < 12000) {
         mostFiles = std::max(mostFiles, openFiles(pid));
-        mostKb = std::max(mostKb, residentKb(pid));
+        mostKb = std::max(mostKb, residentKiB(pid));
         QThread::msleep(100);
     }
     upload.join();

@@ -1,8 +1,9 @@
 // The metrics page as Prometheus scrapes it: the program runs headless
 // against simulated devices, and the page is fetched over loopback.
 #include "net/MetricsServer.h"
-#include "tests/NetTestSupport.h"
-#include "tests/TestSupport.h"
+#include "tests/support/NetTestSupport.h"
+#include "tests/support/Processes.h"
+#include "tests/support/TestSupport.h"
 
 #include <QDir>
 #include <QNetworkAccessManager>
@@ -62,11 +63,8 @@ bool scrapeUntil(const QString &url, const QByteArray &series, const QByteArray 
 // A simulator process serving one device; its port.
 QByteArray startSimulator(QProcess &sim, const QByteArray &configPath)
 {
-    sim.start(QStringLiteral(CZ_BIN_DIR "/corvanta-devsim"), {"--config", QFile::decodeName(configPath)});
-    QByteArray out;
-    if (!waitForOutput(sim, "ready\n", out))
-        return {};
-    return out.split(' ')[0];
+    const QList<int> ports = test::startSimulator(sim, QStringLiteral(CZ_BIN_DIR), {"--config", QFile::decodeName(configPath)});
+    return ports.isEmpty() ? QByteArray() : QByteArray::number(ports.first());
 }
 
 QByteArray deviceFile(const QByteArray &name, const QByteArray &port, const QByteArray &probes)
@@ -75,12 +73,6 @@ QByteArray deviceFile(const QByteArray &name, const QByteArray &port, const QByt
            port + "\r\nQueryInterval=1\r\nLoggingEnabled=0\r\n" + probes;
 }
 
-// A port free on 127.0.0.1, found by listening on it for a moment.
-quint16 freeLoopbackPort()
-{
-    QTcpServer probe;
-    return probe.listen(QHostAddress::LocalHost) ? probe.serverPort() : 0;
-}
 
 // The program's metrics address from its output ("Metrics: http://...").
 QString metricsUrl(const QByteArray &out)

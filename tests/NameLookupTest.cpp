@@ -3,8 +3,8 @@
 // a DNS server swallows queries. This executable carries its own
 // getaddrinfo, which the C library's callers (libcurl's resolver threads)
 // reach first.
-#include "tests/NetTestSupport.h"
 #include "monitor/QueryCycle.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

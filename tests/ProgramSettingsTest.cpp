@@ -1,6 +1,6 @@
-#include "store/DeviceStore.h"
 #include "store/DeviceFile.h"
-#include "tests/TestSupport.h"
+#include "store/DeviceStore.h"
+#include "tests/support/TestSupport.h"
 
 #include <QDir>
 

@@ -1,9 +1,8 @@
-#include "monitor/AlarmEvaluation.h"
-#include "monitor/AlertActions.h"
+// What a device is asked, what its reply does, and how each device keeps
+// its own schedule.
 #include "store/CFormat.h"
 #include "store/DeviceFile.h"
-#include "tests/NetTestSupport.h"
-#include "monitor/QueryCycle.h"
+#include "tests/CycleFixture.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -12,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 using namespace cz;
 using namespace cz::test;
 using devsim::Fault;
@@ -19,70 +20,6 @@ using devsim::Fault;
 namespace {
 
 constexpr auto T = ProbeType::Temperature;
-
-class CountingActions : public AlertActions {
-public:
-    void playSound(DeviceStore &, const QByteArray &) override {}
-    void sendAlarmEmail(DeviceStore &, int, int, double) override { ++emails; }
-    void triggerVoiceDialer(DeviceStore &, int, int) override {}
-    void runAlertProgram(DeviceStore &, int, int, const QByteArray &) override {}
-    int emails = 0;
-};
-
-// Forwards every reading to the alarm evaluation and records it.
-class RecordingAlarmEvaluation : public RecordingEvaluation {
-public:
-    explicit RecordingAlarmEvaluation(AlertActions &actions) : alarms(actions) {}
-    void evaluateProbeValue(DeviceStore &store, int slot, int probeIndex, const QByteArray &valueText,
-                            std::int64_t now, int notFirstQuery) override
-    {
-        RecordingEvaluation::evaluateProbeValue(store, slot, probeIndex, valueText, now, notFirstQuery);
-        alarms.evaluateProbeValue(store, slot, probeIndex, valueText, now, notFirstQuery);
-    }
-    AlarmEvaluation alarms;
-};
-
-struct CycleFixture : NetFixture {
-    CycleFixture() : evaluation(actions), cycle(store(), session)
-    {
-        cycle.setEvaluation(&evaluation);
-        QObject::connect(&cycle, &QueryCycle::replyApplied, [this](int s) { applied.append(s); });
-        QObject::connect(&cycle, &QueryCycle::queryFailureAlert, [this](int s) { alerts.append(s); });
-        QObject::connect(&cycle, &QueryCycle::queryFinished,
-                         [this](int slot, int result) { finished.append(QStringLiteral("%1:%2").arg(slot).arg(result)); });
-        QObject::connect(&cycle, &QueryCycle::deviceSampled,
-                         [this](int slot, int result) { sampled.append(QStringLiteral("%1:%2").arg(slot).arg(result)); });
-        QObject::connect(&cycle, &QueryCycle::statusWindowsRefresh, [this] { ++refreshes; });
-    }
-    // One tick at the fake clock's time; waits until every query has ended.
-    void tick()
-    {
-        cycle.tick();
-        EXPECT_TRUE(waitUntil([&] { return cycle.queriesInFlight() == 0; }));
-    }
-    QByteArray errorLog() { return readFile(store().folder().internetErrorLog()); }
-    QStringList paths(int simIndex)
-    {
-        QStringList out;
-        for (const auto &r : sim.requests(simIndex))
-            out.append(QString::fromUtf8(r.path));
-        return out;
-    }
-    // Probe thresholds that put 95 in alarm, with an e-mail at once.
-    static void alarmAt85(ProbeRecord &p)
-    {
-        p.HighAlarmTemp = 85, p.HighCautionTemp = 80, p.LowCautionTemp = 50, p.LowAlarmTemp = 40;
-        p.ConsecutiveAlarmThreshold = 1;
-        p.SendAlarmEmail = 1;
-    }
-
-    CountingActions actions;
-    RecordingAlarmEvaluation evaluation;
-    QueryCycle cycle;
-    QList<int> applied, alerts;
-    QStringList finished, sampled;
-    int refreshes = 0;
-};
 
 } // namespace
 
@@ -199,183 +136,6 @@ TEST(DeviceQuery, AReplyThatDoesNotParseIsAFailedQuery)
     EXPECT_TRUE(f.alerts.isEmpty()); // one failed query of the three the alert waits for
     // A reply that arrived counts as answered for the chart: its sample is not a gap.
     EXPECT_TRUE(f.finished.contains("0:1"));
-}
-
-// --- The query-failure alert ------------------------------------------------
-
-TEST(DeviceQuery, ADeviceThatStopsAnsweringRaisesTheAlertOnceAndIsToldBackWhenItAnswers)
-{
-    CycleFixture f;
-    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}, "Lab"), {T});
-    d.QueryInterval = 30;
-    d.QueryFailThreshold = 3;
-    QStringList back;
-    QObject::connect(&f.cycle, &QueryCycle::deviceAnswersAgain, [&](int slot, int failed, qint64 silent) {
-        back.append(QStringLiteral("%1:%2:%3").arg(slot).arg(failed).arg(silent));
-    });
-    f.tick(); // answers
-    f.sim.setFault(0, Fault::Refuse);
-    for (int query = 1; query <= 6; ++query) {
-        f.clock.advance(30);
-        f.tick();
-        EXPECT_EQ(d.QueryFailureCount, query);
-        EXPECT_EQ(f.alerts.size(), query >= 3 ? 1 : 0) << "failed query " << query;
-    }
-    EXPECT_TRUE(f.statuses.contains("ERROR: Lab did not answer 3 queries in a row"));
-    EXPECT_EQ(f.cycle.stats(0).failureAlerts, 1u);
-
-    f.sim.setFault(0, Fault::None);
-    f.clock.advance(30);
-    f.tick();
-    // Silent from its last answer to this one: 7 intervals.
-    EXPECT_EQ(back, QStringList{"0:6:210"});
-    EXPECT_EQ(d.QueryFailureCount, 0);
-    EXPECT_EQ(f.status.text(), "Status: Lab answers again after 6 failed queries");
-    EXPECT_TRUE(f.errorLog().endsWith(
-        "11-14-26 13:08:39: The device Lab answers again after 6 failed queries; it did not answer for 3 minutes "
-        "30 seconds.\r\n"));
-
-    // A later outage is a new one: one more alert.
-    f.sim.setFault(0, Fault::Refuse);
-    for (int query = 1; query <= 3; ++query) {
-        f.clock.advance(30);
-        f.tick();
-    }
-    EXPECT_EQ(f.alerts, (QList<int>{0, 0}));
-}
-
-TEST(DeviceQuery, AGarbageReplyCountsLikeSilenceAndABlipBelowTheThresholdTellsNobody)
-{
-    CycleFixture f;
-    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70, 71}, "Lab"), {T, T});
-    d.QueryInterval = 5;
-    d.QueryFailThreshold = 2;
-    int back = 0;
-    QObject::connect(&f.cycle, &QueryCycle::deviceAnswersAgain, [&] { ++back; });
-    f.sim.setFault(0, Fault::Refuse);
-    f.tick();
-    f.sim.setFault(0, Fault::None);
-    f.clock.advance(5);
-    f.tick();
-    EXPECT_TRUE(f.alerts.isEmpty());
-    EXPECT_EQ(back, 0);
-    EXPECT_EQ(d.QueryFailureCount, 0);
-
-    f.sim.setFault(0, Fault::Garbage);
-    f.clock.advance(5);
-    f.tick();
-    f.clock.advance(5);
-    f.tick();
-    EXPECT_EQ(f.alerts, QList<int>{0});
-}
-
-TEST(DeviceQuery, AThresholdOfZeroOrLessActsAsOne)
-{
-    CycleFixture f;
-    DeviceRecord &zero = f.addSimulated(simDevice("Model R4", {70}, "Zero"), {T});
-    DeviceRecord &negative = f.addSimulated(simDevice("Model R4", {70}, "Negative"), {T});
-    zero.QueryFailThreshold = 0;
-    negative.QueryFailThreshold = -5;
-    f.sim.setFault(0, Fault::Refuse);
-    f.sim.setFault(1, Fault::Refuse);
-    f.tick();
-    std::sort(f.alerts.begin(), f.alerts.end());
-    EXPECT_EQ(f.alerts, (QList<int>{0, 1}));
-    f.clock.advance(30);
-    f.tick();
-    EXPECT_EQ(f.alerts.size(), 2);
-}
-
-// --- Failed attempts -------------------------------------------------------
-
-TEST(DeviceQuery, ThreeRefusedConnectionsEndThatDevicesQueryOnly)
-{
-    CycleFixture f;
-    f.addSimulated(simDevice("Model R4", {70}), {T});
-    DeviceRecord &bad = f.addSimulated(simDevice("Model R4", {70}, "Dead"), {T});
-    DeviceRecord &later = f.addSimulated(simDevice("Model R4", {73}), {T});
-    f.sim.setFault(1, Fault::Refuse);
-    f.tick();
-
-    const QByteArray line = "11-14-26 13:05:09: A connection with the server could not be established\r\n";
-    EXPECT_EQ(f.errorLog(), line + line + line);
-    // The error stays on the status line: the round had a failure.
-    EXPECT_EQ(f.status.text(), "ERROR: device query failed (attempt #3, check error log...");
-    EXPECT_TRUE(f.statuses.contains("ERROR: device query failed (attempt #1, check error log..."));
-    EXPECT_TRUE(f.statuses.contains("ERROR: device query failed (attempt #2, check error log..."));
-    EXPECT_EQ(bad.LastContactTimeVal, f.clock.now());
-    // The device after it was queried and applied as usual.
-    EXPECT_EQ(later.LastContactTimeVal, f.clock.now());
-    EXPECT_EQ(later.probe(0)->CurrentValueText.bytes(), "73.0");
-    EXPECT_TRUE(f.finished.contains("1:0"));
-    EXPECT_TRUE(f.sampled.contains("1:0"));
-    EXPECT_EQ(bad.probe(0)->Values.newest(), kNoValue);
-
-    // The next round without a failure clears the error.
-    bad.QueryInterval = 1000;
-    f.clock.advance(30);
-    f.tick();
-    EXPECT_EQ(f.status.text(), "Status: monitoring devices...");
-}
-
-TEST(DeviceQuery, FailuresAreLoggedOnlyWhenTheDeviceAsksForIt)
-{
-    CycleFixture f;
-    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}), {T});
-    d.LogQueryFailures = 0;
-    f.sim.setFault(0, Fault::Refuse);
-    f.tick();
-    EXPECT_FALSE(exists(f.store().folder().internetErrorLog()));
-}
-
-TEST(DeviceQuery, TwoFailedAttemptsThenAnAnswerIsParsedAndTheErrorsStayLogged)
-{
-    CycleFixture f;
-    f.addSimulated(simDevice("Model R4", {70.5}), {T});
-    f.sim.device(0).dropNext = 2;
-    f.tick();
-    EXPECT_EQ(f.sim.requests(0).size(), 3);
-    const QByteArray line = "11-14-26 13:05:09: Empty reply from server\r\n";
-    EXPECT_EQ(f.errorLog(), line + line);
-    EXPECT_EQ(f.evaluation.textsFor(0), QList<QByteArray>{"70.5"});
-    EXPECT_EQ(f.status.text(), "ERROR: device query failed (attempt #2, check error log...");
-}
-
-TEST(DeviceQuery, ASilentDeviceTimesOut)
-{
-    CycleFixture f;
-    f.addSimulated(simDevice("Model R4", {70}), {T});
-    f.sim.setFault(0, Fault::Hang);
-    f.tick();
-    const QByteArray line = "11-14-26 13:05:09: The operation timed out\r\n";
-    EXPECT_EQ(f.errorLog(), line + line + line);
-}
-
-TEST(DeviceQuery, ATricklingDeviceIsCutOffAtTheDeadlineOfEachAttempt)
-{
-    CycleFixture f;
-    f.addSimulated(simDevice("Model R4", {70}), {T});
-    // A byte every 50 ms never leaves the line silent for the 5 s receive
-    // time-out; the 1.5 s an attempt may last in all ends it.
-    f.session.setTimeouts(1000, 5000, 1500);
-    f.sim.setFault(0, Fault::Trickle, 50);
-    QElapsedTimer elapsed;
-    elapsed.start();
-    f.tick();
-    EXPECT_GE(elapsed.elapsed(), 3 * 1500 - 100);
-    EXPECT_LT(elapsed.elapsed(), 3 * 1500 + 1500);
-    const QByteArray line = "11-14-26 13:05:09: The operation timed out\r\n";
-    EXPECT_EQ(f.errorLog(), line + line + line);
-    EXPECT_EQ(f.sim.requests(0).size(), 3);
-}
-
-TEST(DeviceQuery, AnUnknownHostIsReportedInTheDevicesWords)
-{
-    CycleFixture f;
-    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}), {T});
-    d.DeviceAddress = "no-such-host.invalid";
-    f.tick();
-    EXPECT_TRUE(f.errorLog().endsWith(": The server name or address could not be resolved\r\n"));
 }
 
 // --- Every device on its own schedule --------------------------------------
@@ -726,3 +486,4 @@ TEST(DeviceQuery, AfterJanuary2038TimesAreStampedSavedAndReadBackWhole)
     ASSERT_EQ(store.deviceCount(), 1);
     EXPECT_EQ(store.device(0)->probe(0)->HighestTempTimeVal, t2040 + 30);
 }
+

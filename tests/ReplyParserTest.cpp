@@ -1,6 +1,6 @@
-#include "tests/NetTestSupport.h"
 #include "monitor/ReplyApplication.h"
 #include "net/ReplyParser.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,17 +1,16 @@
 #include "ui/MainWindow.h"
 
+#include "alerts/EmailQueue.h"
+#include "monitor/QueryCycle.h"
+#include "store/DeviceStore.h"
+#include "ui/chart/ChartPage.h"
 #include "ui/config/AddDeviceDialog.h"
 #include "ui/config/DeviceSettingsDialog.h"
-#include "ui/WindowContext.h"
-#include "ui/chart/ChartPage.h"
-
-#include "store/DeviceStore.h"
 #include "ui/list/DeviceListPage.h"
-#include "alerts/EmailQueue.h"
 #include "ui/list/ProbeStatusWindows.h"
 #include "ui/Prompter.h"
-#include "monitor/QueryCycle.h"
 #include "ui/SplashWindow.h"
+#include "ui/WindowContext.h"
 
 #include <QApplication>
 #include <QCloseEvent>

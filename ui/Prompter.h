@@ -1,8 +1,8 @@
-// Questions and messages for the operator. The window shows message boxes;
-// tests answer from a script.
+// Questions and messages for the operator. The window shows message boxes
+// (MessageBoxPrompter); tests answer from a script.
 #pragma once
 
-#include "store/DeviceStore.h"
+#include "store/ProgramStatus.h"
 
 #include <QString>
 
@@ -17,12 +17,6 @@ public:
     virtual bool ask(QWidget *parent, const QString &text) = 0;
     // A message with OK: shown, the program goes on at once.
     virtual void tell(QWidget *parent, MessageIcon icon, const QString &text) = 0;
-};
-
-class MessageBoxPrompter final : public Prompter {
-public:
-    bool ask(QWidget *parent, const QString &text) override;
-    void tell(QWidget *parent, MessageIcon icon, const QString &text) override;
 };
 
 } // namespace cz

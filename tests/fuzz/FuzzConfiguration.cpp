@@ -1,8 +1,8 @@
 // libFuzzer target: any bytes as a device's "/config" reply, its "/data"
 // reply and its root page.
 #include "net/AutoConfiguration.h"
-#include "store/DeviceFile.h"
 #include "net/HttpSession.h"
+#include "store/DeviceFile.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,12 +2,13 @@
 // bytes choose the model, the probe count and types and the scales.
 #include "monitor/AlarmEvaluation.h"
 #include "monitor/AlertActions.h"
-#include "store/DeviceStore.h"
-#include "store/CFormat.h"
-#include "store/LogFiles.h"
-#include "net/HttpSession.h"
 #include "monitor/ReplyApplication.h"
+#include "net/HttpSession.h"
 #include "net/ReplyParser.h"
+#include "store/CFormat.h"
+#include "store/DeviceStore.h"
+#include "store/LogFiles.h"
+#include "store/SystemClock.h"
 
 #include <QTemporaryDir>
 

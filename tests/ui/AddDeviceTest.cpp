@@ -1,6 +1,10 @@
 // Adding devices from the window: "Add A Device" typed or filled in by
 // "Auto Configure" from a simulated device, the confirmation windows, the
 // probe sheet, and the new device monitored at once.
+#include "tests/ui/ConfigFixture.h"
+#include "tests/ui/DialogDriver.h"
+#include "tests/ui/WindowFixture.h"
+#include "tools/devsim/SimDevice.h"
 #include "ui/config/AddDeviceDialog.h"
 #include "ui/config/AutoConfigDetailsDialog.h"
 #include "ui/config/DeviceSettingsDialog.h"
@@ -8,10 +12,6 @@
 #include "ui/config/ProbeSettingsSheet.h"
 #include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeTableModel.h"
-#include "tools/devsim/SimDevice.h"
-#include "tests/ui/ConfigFixture.h"
-#include "tests/ui/DialogDriver.h"
-#include "tests/ui/WindowFixture.h"
 
 #include <QApplication>
 #include <QCheckBox>

@@ -2,12 +2,12 @@
 
 #include "store/NewDevice.h"
 
+#include <QApplication>
+#include <QTest>
+
 #include <gtest/gtest.h>
 
-#include <QApplication>
-
 #include <cmath>
-#include <QTest>
 
 namespace cz::test {
 

@@ -3,10 +3,10 @@
 // them.
 #pragma once
 
-#include "ui/chart/ChartPage.h"
-#include "ui/chart/ChartPlot.h"
 #include "monitor/QueryCycle.h"
 #include "tests/ui/WindowFixture.h"
+#include "ui/chart/ChartPage.h"
+#include "ui/chart/ChartPlot.h"
 
 #include <QTabWidget>
 

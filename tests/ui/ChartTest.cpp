@@ -1,28 +1,27 @@
 // The device chart: series and legend, symbols, spans, zoom and scrolling,
 // clicks and tooltips, late samples, and the files and prints it makes.
-#include "ui/chart/ChartFiles.h"
-#include "tests/ui/ChartFixture.h"
-#include "ui/chart/ChartSeries.h"
-#include "ui/chart/ChartSymbols.h"
 #include "store/DeviceFile.h"
-#include "ui/widgets/ColorSwatch.h"
-#include "ui/chart/ChartStyleDialog.h"
+#include "tests/ui/ChartFixture.h"
 #include "tests/ui/DialogDriver.h"
+#include "ui/chart/ChartFiles.h"
+#include "ui/chart/ChartSeries.h"
+#include "ui/chart/ChartStyleDialog.h"
+#include "ui/chart/ChartSymbols.h"
 #include "ui/chart/SymbolGrid.h"
 #include "ui/chart/SymbolPickerDialog.h"
 #include "ui/chart/SymbolPreview.h"
-
-#include <qcustomplot.h>
+#include "ui/widgets/ColorSwatch.h"
 
 #include <QColorDialog>
 #include <QComboBox>
+#include <qcustomplot.h>
 #include <QDateTime>
-#include <QRegularExpression>
-#include <QTest>
 #include <QFile>
 #include <QImageReader>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSlider>
+#include <QTest>
 
 #include <gtest/gtest.h>
 

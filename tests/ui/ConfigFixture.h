@@ -6,11 +6,11 @@
 #include "tests/ui/Controls.h"
 #include "tests/ui/DialogDriver.h"
 #include "tests/ui/WindowFixture.h"
-#include "ui/MainWindow.h"
 #include "ui/config/DeviceSettingsDialog.h"
 #include "ui/config/ProbeSettingsPage.h"
 #include "ui/config/ProbeSettingsSheet.h"
 #include "ui/config/ThresholdEntry.h"
+#include "ui/MainWindow.h"
 
 #include <QLineEdit>
 #include <QScrollArea>

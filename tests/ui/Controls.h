@@ -10,8 +10,8 @@
 #include <QAccessible>
 #include <QComboBox>
 #include <QLabel>
-#include <QRadioButton>
 #include <QLineEdit>
+#include <QRadioButton>
 #include <QTest>
 #include <QWidget>
 

@@ -1,11 +1,11 @@
 // "Configure A Device" and its e-mail details, driven as an operator drives
 // them, against the demo data folder and its simulated devices.
-#include "tests/MailTestSupport.h"
+#include "alerts/ScriptConsole.h"
+#include "tests/support/MailTestSupport.h"
 #include "tests/ui/ConfigFixture.h"
 #include "ui/config/QueryFailureEmailDialog.h"
 #include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeListView.h"
-#include "alerts/ScriptConsole.h"
 #include "ui/widgets/ScriptConsoleWindow.h"
 
 #include <QApplication>

@@ -6,9 +6,9 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
+#include <QDialog>
 #include <QLineEdit>
 #include <QStringList>
-#include <QDialog>
 #include <QTimer>
 
 #include <gtest/gtest.h>

@@ -1,14 +1,14 @@
 // The main window on the engine: the close question and the saving close,
 // and pictures of the window with the demo devices.
+#include "alerts/SoundPlayer.h"
+#include "tests/ui/ScriptedPrompter.h"
+#include "tests/ui/WindowFixture.h"
+#include "tools/devsim/SimDevice.h"
 #include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeCells.h"
 #include "ui/list/ProbeListView.h"
 #include "ui/list/ProbeTableModel.h"
-#include "tests/ui/ScriptedPrompter.h"
-#include "tools/devsim/SimDevice.h"
-#include "alerts/SoundPlayer.h"
 #include "ui/SplashWindow.h"
-#include "tests/ui/WindowFixture.h"
 
 #include <QCoreApplication>
 #include <QDir>

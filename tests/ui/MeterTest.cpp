@@ -1,15 +1,15 @@
 // Probe status meters and the program configuration dialog: zones,
 // pointer and texts read off the drawn meter, window placement, and colours
 // and margins changed through the dialog.
-#include "ui/meter/AlarmStatePictures.h"
 #include "tests/ui/ChartFixture.h"
-#include "ui/widgets/ColorSwatch.h"
-#include "ui/list/DeviceListPage.h"
 #include "tests/ui/DialogDriver.h"
-#include "ui/meter/ProbeMeter.h"
+#include "ui/config/ProgramSettingsDialog.h"
+#include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeStatusWindows.h"
 #include "ui/list/ProbeTableModel.h"
-#include "ui/config/ProgramSettingsDialog.h"
+#include "ui/meter/AlarmStatePictures.h"
+#include "ui/meter/ProbeMeter.h"
+#include "ui/widgets/ColorSwatch.h"
 
 #include <QCheckBox>
 #include <QColorDialog>

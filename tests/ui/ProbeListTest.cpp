@@ -2,14 +2,14 @@
 // columns across a restart, enabling probes, deleting a device, and the
 // status windows.
 #include "store/DeviceFile.h"
+#include "tests/support/NetTestSupport.h"
+#include "tests/ui/ScriptedPrompter.h"
+#include "tests/ui/WindowFixture.h"
 #include "ui/list/DeviceListPage.h"
-#include "tests/NetTestSupport.h"
 #include "ui/list/ProbeCells.h"
 #include "ui/list/ProbeListView.h"
 #include "ui/list/ProbeStatusWindows.h"
 #include "ui/list/ProbeTableModel.h"
-#include "tests/ui/ScriptedPrompter.h"
-#include "tests/ui/WindowFixture.h"
 
 #include <QHeaderView>
 #include <QPushButton>

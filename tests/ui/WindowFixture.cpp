@@ -1,14 +1,13 @@
 #include "tests/ui/WindowFixture.h"
 
+#include "tools/devsim/SimDevice.h"
 #include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeListView.h"
 
-#include "tools/devsim/SimDevice.h"
-
-#include <gtest/gtest.h>
-
 #include <QPrinter>
 #include <QTabWidget>
+
+#include <gtest/gtest.h>
 
 namespace cz::test {
 

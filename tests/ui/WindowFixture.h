@@ -4,15 +4,17 @@
 // and the e-mail test console.
 #pragma once
 
-#include "ui/WindowContext.h"
-#include "app/Engine.h"
-#include "ui/widgets/FileChooser.h"
-#include "ui/MainWindow.h"
-#include "tests/NetTestSupport.h"
-#include "tests/ui/Controls.h"
-#include "ui/widgets/ScriptConsoleWindow.h"
-#include "tests/ui/ScriptedPrompter.h"
 #include "alerts/SoundPlayer.h"
+#include "app/Engine.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/NetTestSupport.h"
+#include "tests/support/QuietActions.h"
+#include "tests/ui/Controls.h"
+#include "tests/ui/ScriptedPrompter.h"
+#include "ui/MainWindow.h"
+#include "ui/widgets/FileChooser.h"
+#include "ui/widgets/ScriptConsoleWindow.h"
+#include "ui/WindowContext.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -26,12 +28,6 @@ class ProbeListView;
 class QTabWidget;
 
 namespace cz::test {
-
-class RecordingSound final : public SoundPlayer {
-public:
-    void play(const QByteArray &file) override { played << file; }
-    QList<QByteArray> played;
-};
 
 // Answers file dialogs from a script and keeps what they asked.
 class ScriptedFileChooser final : public FileChooser {

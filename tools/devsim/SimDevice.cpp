@@ -4,8 +4,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <QJsonArray>
-
 #include <cmath>
 #include <numbers>
 

@@ -9,14 +9,13 @@
 // accepted the message; otherwise one line on stderr says why.
 #include "tools/mailer/MailMessage.h"
 
-#include <curl/curl.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <curl/curl.h>
 #include <fstream>
 #include <iterator>
 #include <map>

@@ -1,9 +1,9 @@
 #include "ui/chart/ChartFiles.h"
 
-#include "ui/chart/ChartSeries.h"
-#include "ui/chart/ChartView.h"
 #include "store/FileWrite.h"
 #include "store/Records.h"
+#include "ui/chart/ChartSeries.h"
+#include "ui/chart/ChartView.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -11,9 +11,8 @@
 #include <QHash>
 #include <QSet>
 
-#include <gif_lib.h>
-
 #include <algorithm>
+#include <gif_lib.h>
 #include <vector>
 
 namespace cz {

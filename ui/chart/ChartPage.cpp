@@ -1,15 +1,15 @@
 #include "ui/chart/ChartPage.h"
 
 #include "store/DeviceStore.h"
-#include "ui/Prompter.h"
-#include "ui/WindowContext.h"
 #include "ui/chart/ChartFiles.h"
 #include "ui/chart/ChartOutput.h"
 #include "ui/chart/ChartPlot.h"
 #include "ui/chart/ChartSeries.h"
 #include "ui/chart/ChartStyleDialog.h"
+#include "ui/Prompter.h"
 #include "ui/widgets/FileChooser.h"
 #include "ui/widgets/FormWidgets.h"
+#include "ui/WindowContext.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>

@@ -1,12 +1,12 @@
 #include "ui/chart/ChartStyleDialog.h"
 
 #include "ui/chart/ChartView.h"
-#include "ui/widgets/ColorSwatch.h"
-#include "ui/WindowContext.h"
-#include "ui/widgets/FormWidgets.h"
-#include "ui/Prompter.h"
 #include "ui/chart/SymbolPickerDialog.h"
 #include "ui/chart/SymbolPreview.h"
+#include "ui/Prompter.h"
+#include "ui/widgets/ColorSwatch.h"
+#include "ui/widgets/FormWidgets.h"
+#include "ui/WindowContext.h"
 
 #include <QCheckBox>
 #include <QComboBox>

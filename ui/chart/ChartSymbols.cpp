@@ -1,7 +1,6 @@
 #include "ui/chart/ChartSymbols.h"
 
 #include <qcustomplot.h>
-
 #include <QHash>
 #include <QPainter>
 #include <QPixmap>

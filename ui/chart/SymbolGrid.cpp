@@ -3,7 +3,6 @@
 #include "ui/chart/ChartSymbols.h"
 
 #include <qcustomplot.h>
-
 #include <QKeyEvent>
 #include <QToolTip>
 #include <QVBoxLayout>

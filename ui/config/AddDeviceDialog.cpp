@@ -1,18 +1,18 @@
 #include "ui/config/AddDeviceDialog.h"
 
-#include "ui/config/AutoConfigDetailsDialog.h"
 #include "net/AutoConfiguration.h"
-#include "ui/config/ConnectionFields.h"
-#include "ui/config/ProbeSettingsSheet.h"
 #include "store/DeviceSettingsCheck.h"
 #include "store/DeviceStore.h"
-#include "ui/widgets/FormWidgets.h"
+#include "ui/config/AutoConfigDetailsDialog.h"
+#include "ui/config/ConnectionFields.h"
+#include "ui/config/ProbeSettingsSheet.h"
 #include "ui/Prompter.h"
+#include "ui/widgets/FormWidgets.h"
 #include "ui/WindowContext.h"
 
 #include <QCheckBox>
-#include <QDialogButtonBox>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>

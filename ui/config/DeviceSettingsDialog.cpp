@@ -3,12 +3,13 @@
 #include "alerts/VoiceDialer.h"
 #include "store/DeviceFile.h"
 #include "store/DeviceSettingsCheck.h"
-#include "ui/Prompter.h"
-#include "ui/WindowContext.h"
+#include "store/DeviceStore.h"
 #include "ui/config/ProbeSettingsSheet.h"
 #include "ui/config/QueryFailureEmailDialog.h"
+#include "ui/Prompter.h"
 #include "ui/widgets/FieldBinding.h"
 #include "ui/widgets/FormWidgets.h"
+#include "ui/WindowContext.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -17,9 +18,9 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QRadioButton>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QVBoxLayout>
 
 namespace cz {

@@ -2,18 +2,18 @@
 
 #include "alerts/EmailTest.h"
 #include "store/DeviceFile.h"
-#include "ui/WindowContext.h"
 #include "ui/config/EmailSubjectsDialog.h"
 #include "ui/config/EmailTestRun.h"
 #include "ui/widgets/FileChooser.h"
 #include "ui/widgets/FormWidgets.h"
+#include "ui/WindowContext.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QRadioButton>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
 
 namespace cz {
 

@@ -4,13 +4,13 @@
 #include "store/ApplyToAllProbes.h"
 #include "store/DeviceFile.h"
 #include "store/DeviceStore.h"
-#include "ui/Prompter.h"
-#include "ui/WindowContext.h"
 #include "ui/config/AlertOptionsDialog.h"
 #include "ui/config/ProbeEmailSettings.h"
 #include "ui/config/ThresholdEntry.h"
+#include "ui/Prompter.h"
 #include "ui/widgets/FileChooser.h"
 #include "ui/widgets/FormWidgets.h"
+#include "ui/WindowContext.h"
 
 #include <QButtonGroup>
 #include <QComboBox>

@@ -1,7 +1,7 @@
 #include "ui/config/ProgramSettingsDialog.h"
 
-#include "ui/widgets/ColorSwatch.h"
 #include "store/DeviceStore.h"
+#include "ui/widgets/ColorSwatch.h"
 #include "ui/widgets/FormWidgets.h"
 
 #include <QCheckBox>

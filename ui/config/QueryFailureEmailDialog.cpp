@@ -2,11 +2,11 @@
 
 #include "alerts/EmailTest.h"
 #include "store/DeviceFile.h"
-#include "ui/WindowContext.h"
 #include "ui/config/EmailTestRun.h"
 #include "ui/widgets/FieldBinding.h"
 #include "ui/widgets/FileChooser.h"
 #include "ui/widgets/FormWidgets.h"
+#include "ui/WindowContext.h"
 
 #include <QDialogButtonBox>
 #include <QGridLayout>

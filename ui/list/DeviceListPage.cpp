@@ -1,9 +1,9 @@
 #include "ui/list/DeviceListPage.h"
 
-#include "store/DeviceStore.h"
 #include "store/DeviceFile.h"
-#include "ui/list/ProbeListView.h"
+#include "store/DeviceStore.h"
 #include "ui/config/ProgramSettingsDialog.h"
+#include "ui/list/ProbeListView.h"
 #include "ui/list/ProbeStatusWindows.h"
 #include "ui/list/ProbeTableModel.h"
 #include "ui/Prompter.h"

@@ -1,12 +1,11 @@
 #include "ui/list/ProbeCells.h"
 
-#include "ui/widgets/ColorSwatch.h"
-
 #include "store/CFormat.h"
 #include "store/DeviceFile.h"
 #include "store/History.h"
 #include "store/ProgramSettings.h"
 #include "store/Records.h"
+#include "ui/widgets/ColorSwatch.h"
 
 namespace cz {
 

@@ -11,10 +11,6 @@
 
 namespace cz {
 
-bool TextSortProxy::lessThan(const QModelIndex &left, const QModelIndex &right) const
-{
-    return left.data().toString().compare(right.data().toString(), Qt::CaseInsensitive) < 0;
-}
 
 ProbeListView::ProbeListView(DeviceStore &store, ProbeTableModel &model, QWidget *parent)
     : QTableView(parent), store_(store), model_(model)

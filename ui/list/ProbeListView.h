@@ -3,7 +3,8 @@
 // keypad plus fitting every column to its contents.
 #pragma once
 
-#include <QSortFilterProxyModel>
+#include "ui/list/TextSortProxy.h"
+
 #include <QTableView>
 
 namespace cz {
@@ -11,15 +12,6 @@ namespace cz {
 class DeviceStore;
 class ProbeTableModel;
 
-// Compares cell texts without regard to case, numbers and dates included.
-class TextSortProxy final : public QSortFilterProxyModel {
-    Q_OBJECT
-public:
-    using QSortFilterProxyModel::QSortFilterProxyModel;
-
-protected:
-    bool lessThan(const QModelIndex &left, const QModelIndex &right) const override;
-};
 
 class ProbeListView final : public QTableView {
     Q_OBJECT

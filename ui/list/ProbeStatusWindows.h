@@ -3,12 +3,12 @@
 // and state and follows every walk.
 #pragma once
 
+#include "ui/meter/ProbeStatusWindow.h"
+
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QRect>
-
-#include "ui/meter/ProbeStatusWindow.h"
 
 #include <array>
 

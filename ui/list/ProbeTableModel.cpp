@@ -1,7 +1,7 @@
 #include "ui/list/ProbeTableModel.h"
 
-#include "store/DeviceStore.h"
 #include "store/DeviceFile.h"
+#include "store/DeviceStore.h"
 #include "ui/list/ProbeCells.h"
 
 namespace cz {

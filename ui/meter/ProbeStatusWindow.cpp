@@ -1,7 +1,7 @@
 #include "ui/meter/ProbeStatusWindow.h"
 
-#include "ui/meter/AlarmStatePictures.h"
 #include "store/DeviceStore.h"
+#include "ui/meter/AlarmStatePictures.h"
 #include "ui/meter/ProbeMeter.h"
 
 #include <QLabel>

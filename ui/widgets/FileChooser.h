@@ -31,11 +31,4 @@ public:
     virtual bool choosePrinter(QWidget *parent, QPrinter &printer) = 0;
 };
 
-class DialogFileChooser final : public FileChooser {
-public:
-    QString openFile(QWidget *parent, const FileQuestion &question) override;
-    QString saveFile(QWidget *parent, const FileQuestion &question) override;
-    bool choosePrinter(QWidget *parent, QPrinter &printer) override;
-};
-
 } // namespace cz

@@ -1,7 +1,7 @@
 #include "ui/widgets/ScriptConsoleWindow.h"
 
-#include "ui/widgets/FormWidgets.h"
 #include "alerts/ScriptConsole.h"
+#include "ui/widgets/FormWidgets.h"
 
 #include <QCloseEvent>
 #include <QFontDatabase>

@@ -1,6 +1,6 @@
-#include "tests/MailTestSupport.h"
+#include "tests/support/MailTestSupport.h"
 
-#include "tests/NetTestSupport.h"
+#include "tests/support/NetTestSupport.h"
 
 #include <QDir>
 #include <QFile>

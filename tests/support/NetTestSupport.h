@@ -2,16 +2,19 @@
 // matching records in the program state, and a recording alarm evaluation.
 #pragma once
 
-#include "tools/devsim/DeviceSimulator.h"
-#include "net/HttpSession.h"
 #include "monitor/ProbeEvaluation.h"
-#include "tests/TestSupport.h"
+#include "net/HttpSession.h"
+#include "tests/support/TestSupport.h"
+#include "tools/devsim/DeviceSimulator.h"
 
 #include <functional>
 #include <initializer_list>
 #include <vector>
 
 namespace cz::test {
+
+// A port free on 127.0.0.1, found by listening on it for a moment.
+quint16 freeLoopbackPort();
 
 // Runs the event loop until `done` holds or `timeoutMs` passes.
 bool waitUntil(const std::function<bool()> &done, int timeoutMs = 15000);

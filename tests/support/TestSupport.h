@@ -1,8 +1,9 @@
 #pragma once
 
-#include "store/DeviceStore.h"
 #include "store/Clock.h"
+#include "store/DeviceStore.h"
 #include "store/ProbeLog.h"
+#include "tests/support/ManualClock.h"
 
 #include <QByteArray>
 #include <QProcess>

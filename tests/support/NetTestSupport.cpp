@@ -1,13 +1,20 @@
-#include "tests/NetTestSupport.h"
+#include "tests/support/NetTestSupport.h"
 
 #include "store/CFormat.h"
 #include "store/Records.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QTcpServer>
 #include <QThread>
 
 namespace cz::test {
+
+quint16 freeLoopbackPort()
+{
+    QTcpServer probe;
+    return probe.listen(QHostAddress::LocalHost) ? probe.serverPort() : 0;
+}
 
 bool waitUntil(const std::function<bool()> &done, int timeoutMs)
 {

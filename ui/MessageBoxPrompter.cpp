@@ -1,4 +1,4 @@
-#include "ui/Prompter.h"
+#include "ui/MessageBoxPrompter.h"
 
 #include <QMessageBox>
 

@@ -1,4 +1,4 @@
-#include "ui/widgets/FileChooser.h"
+#include "ui/widgets/DialogFileChooser.h"
 
 #include <QDir>
 #include <QFileDialog>

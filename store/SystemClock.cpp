@@ -1,4 +1,4 @@
-#include "store/Clock.h"
+#include "store/SystemClock.h"
 
 #include <chrono>
 
