@@ -12,14 +12,13 @@
 #include "store/CFormat.h"
 #include "store/DeviceStore.h"
 #include "store/LogFiles.h"
+#include "tests/support/MailTestSupport.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/QuietActions.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -48,15 +47,9 @@ int main(int argc, char **argv)
     if (ports.size() != devices)
         return 1;
     QTemporaryDir dir;
-    QDir().mkpath(dir.filePath("mail"));
-    QProcess smtp;
-    smtp.start("/usr/bin/python3", {CZ_SOURCE_DIR "/tests/smtp/smtp_server.py", "--out", dir.filePath("mail")});
-    smtp.waitForReadyRead(10000);
-    const int smtpPort = smtp.readAllStandardOutput().mid(6).trimmed().toInt();
-    if (smtpPort <= 0) {
-        std::fprintf(stderr, "the SMTP server did not start: %s\n", smtp.readAllStandardError().constData());
+    const test::SmtpServer smtp;
+    if (!smtp.running())
         return 1;
-    }
 
     const DataFolder folder{QFile::encodeName(dir.filePath("data"))};
     bench::writeDataFolder(folder, ports);
@@ -74,12 +67,7 @@ int main(int argc, char **argv)
             ProbeRecord &p = *d.probe(i);
             p.HighAlarmTemp = 60, p.HighCautionTemp = 55;
             p.ConsecutiveAlarmThreshold = 1;
-            p.SendAlarmEmail = 1;
-            p.SMTPServer = "127.0.0.1";
-            p.SMTPPort = smtpPort;
-            p.EmailFrom = "monitor@lab.example";
-            p.EmailTo = "ops@lab.example";
-            p.EmailTemplate = folder.templates() + "/DefaultEmailTemplate.txt";
+            test::mailAlarmsTo(p, smtp.port(), folder.templates() + "/DefaultEmailTemplate.txt");
         }
     }
     HttpSession session;
@@ -116,7 +104,7 @@ int main(int argc, char **argv)
     const double longestStallRaising = stalls.longestMs();
     const double raiseMs = double(storm.nsecsElapsed()) / 1e6;
     const int expected = int(raised.size());
-    auto arrived = [&] { return int(QDir(dir.filePath("mail")).entryList({"*.eml"}).size()); };
+    auto arrived = [&] { return smtp.messageCount(); };
     while (!alerts.emailQueue().idle() || arrived() < expected) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
         if (storm.elapsed() > 3600 * 1000)
@@ -128,10 +116,9 @@ int main(int argc, char **argv)
 
     // Every message, in the order the alarms were raised.
     int inOrder = 0;
-    for (int n = 1; n <= arrived(); ++n) {
-        QFile json(dir.filePath("mail/" + QString::number(n) + ".json"));
-        json.open(QIODevice::ReadOnly);
-        const QString subject = QJsonDocument::fromJson(json.readAll()).object()["subject"].toString();
+    const QList<QJsonObject> messages = smtp.messages();
+    for (int n = 1; n <= int(messages.size()); ++n) {
+        const QString subject = messages[n - 1]["subject"].toString();
         const QString &alarm = raised.value(n - 1);
         const int slot = alarm.section(':', 0, 0).toInt(), probe = alarm.section(':', 1, 1).toInt();
         const QString want = "Corvanta High Alarm on Device " + QString::number(slot + 1) + ":" +
@@ -143,8 +130,6 @@ int main(int argc, char **argv)
         gaps.push_back(starts[i] - starts[i - 1]);
     std::sort(gaps.begin(), gaps.end());
 
-    smtp.closeWriteChannel();
-    smtp.waitForFinished(3000);
     simulator.kill();
     simulator.waitForFinished();
     std::printf("alarm storm: %d probes entering alarm in one cycle, e-mail on each\n", expected);

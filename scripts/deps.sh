@@ -5,7 +5,7 @@
 # systemd-analyze).
 set -e
 PACKAGES="g++ cmake ninja-build pkg-config qt6-base-dev qt6-serialport-dev qt6-multimedia-dev \
-libmicrohttpd-dev libqcustomplot-dev libcurl4-openssl-dev libgif-dev libcpp-httplib-dev googletest libgtest-dev \
+libmicrohttpd-dev libqcustomplot-dev libcurl4-openssl-dev libgif-dev googletest libgtest-dev \
 python3-aiosmtpd openssl dpkg-dev file librsvg2-bin fonts-liberation xvfb clang libclang-rt-14-dev curl"
 [ "$1" = "--checks" ] && PACKAGES="$PACKAGES prometheus lintian desktop-file-utils appstream man-db systemd"
 missing=""

@@ -6,45 +6,27 @@ namespace {
 
 void copyThresholds(ProbeRecord &to, const ProbeRecord &from)
 {
-    to.HighAlarmTemp = from.HighAlarmTemp;
-    to.HighCautionTemp = from.HighCautionTemp;
-    to.LowCautionTemp = from.LowCautionTemp;
-    to.LowAlarmTemp = from.LowAlarmTemp;
-    to.HighAlarmHumidity = from.HighAlarmHumidity;
-    to.HighCautionHumidity = from.HighCautionHumidity;
-    to.LowCautionHumidity = from.LowCautionHumidity;
-    to.LowAlarmHumidity = from.LowAlarmHumidity;
-    to.HighAlarmWetness = from.HighAlarmWetness;
-    to.HighCautionWetness = from.HighCautionWetness;
-    to.LowCautionWetness = from.LowCautionWetness;
-    to.LowAlarmWetness = from.LowAlarmWetness;
-    to.SwitchAlarmCondition = from.SwitchAlarmCondition;
-    to.ConsecutiveAlarmThreshold = from.ConsecutiveAlarmThreshold;
+    using P = ProbeRecord;
+    copyMembers(to, from,
+                &P::HighAlarmTemp, &P::HighCautionTemp, &P::LowCautionTemp, &P::LowAlarmTemp, &P::HighAlarmHumidity,
+                &P::HighCautionHumidity, &P::LowCautionHumidity, &P::LowAlarmHumidity, &P::HighAlarmWetness,
+                &P::HighCautionWetness, &P::LowCautionWetness, &P::LowAlarmWetness, &P::SwitchAlarmCondition,
+                &P::ConsecutiveAlarmThreshold);
 }
 
 void copyEmail(ProbeRecord &to, const ProbeRecord &from)
 {
-    to.SendAlarmEmail = from.SendAlarmEmail;
-    to.SendCautionEmail = from.SendCautionEmail;
-    to.SendClearEmail = from.SendClearEmail;
-    to.SMTPServer = from.SMTPServer;
-    to.SMTPPort = from.SMTPPort;
-    to.EmailFrom = from.EmailFrom;
-    to.EmailTo = from.EmailTo;
-    to.EmailSMTPUser = from.EmailSMTPUser;
-    to.EmailSMTPPass = from.EmailSMTPPass;
-    to.EmailTemplate = from.EmailTemplate;
-    to.EmailAlarmSubject = from.EmailAlarmSubject;
-    to.EmailCautionSubject = from.EmailCautionSubject;
-    to.EmailClearedSubject = from.EmailClearedSubject;
+    using P = ProbeRecord;
+    copyMembers(to, from,
+                &P::SendAlarmEmail, &P::SendCautionEmail, &P::SendClearEmail, &P::SMTPServer, &P::SMTPPort,
+                &P::EmailFrom, &P::EmailTo, &P::EmailSMTPUser, &P::EmailSMTPPass, &P::EmailTemplate,
+                &P::EmailAlarmSubject, &P::EmailCautionSubject, &P::EmailClearedSubject);
 }
 
 void copySounds(ProbeRecord &to, const ProbeRecord &from)
 {
-    to.AlarmSound = from.AlarmSound;
-    to.AlarmSoundFile = from.AlarmSoundFile;
-    to.CautionSound = from.CautionSound;
-    to.CautionSoundFile = from.CautionSoundFile;
+    using P = ProbeRecord;
+    copyMembers(to, from, &P::AlarmSound, &P::AlarmSoundFile, &P::CautionSound, &P::CautionSoundFile);
 }
 
 } // namespace

@@ -90,35 +90,15 @@ int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from)
 // copy must not take back.
 void copyRunState(ProbeRecord &to, const ProbeRecord &live)
 {
-    to.AlarmState = live.AlarmState;
-    to.ConsecutiveAlarmCount = live.ConsecutiveAlarmCount;
-    to.HighAlarmSent = live.HighAlarmSent;
-    to.HighCautionSent = live.HighCautionSent;
-    to.LowCautionSent = live.LowCautionSent;
-    to.LowAlarmSent = live.LowAlarmSent;
-    to.LastAlarmSetTimeVal = live.LastAlarmSetTimeVal;
-    to.LastAlarmClearedTimeVal = live.LastAlarmClearedTimeVal;
-    to.CurrentValueText = live.CurrentValueText;
-    to.CurrentTemp = live.CurrentTemp;
-    to.HighestTemp = live.HighestTemp;
-    to.HighestTempTimeVal = live.HighestTempTimeVal;
-    to.LowestTemp = live.LowestTemp;
-    to.LowestTempTimeVal = live.LowestTempTimeVal;
-    to.CurrentHumidity = live.CurrentHumidity;
-    to.HighestHumidity = live.HighestHumidity;
-    to.HighestHumidityTimeVal = live.HighestHumidityTimeVal;
-    to.LowestHumidity = live.LowestHumidity;
-    to.LowestHumidityTimeVal = live.LowestHumidityTimeVal;
-    to.CurrentWetness = live.CurrentWetness;
-    to.HighestWetness = live.HighestWetness;
-    to.HighestWetnessTimeVal = live.HighestWetnessTimeVal;
-    to.LowestWetness = live.LowestWetness;
-    to.LowestWetnessTimeVal = live.LowestWetnessTimeVal;
-    to.SwitchState = live.SwitchState;
-    to.SwitchOpenTimeVal = live.SwitchOpenTimeVal;
-    to.SwitchCloseTimeVal = live.SwitchCloseTimeVal;
-    to.Values = live.Values;
-    to.ShownChanges = live.ShownChanges;
+    using P = ProbeRecord;
+    copyMembers(to, live,
+                &P::AlarmState, &P::ConsecutiveAlarmCount, &P::HighAlarmSent, &P::HighCautionSent,
+                &P::LowCautionSent, &P::LowAlarmSent, &P::LastAlarmSetTimeVal, &P::LastAlarmClearedTimeVal,
+                &P::CurrentValueText, &P::CurrentTemp, &P::HighestTemp, &P::HighestTempTimeVal, &P::LowestTemp,
+                &P::LowestTempTimeVal, &P::CurrentHumidity, &P::HighestHumidity, &P::HighestHumidityTimeVal,
+                &P::LowestHumidity, &P::LowestHumidityTimeVal, &P::CurrentWetness, &P::HighestWetness,
+                &P::HighestWetnessTimeVal, &P::LowestWetness, &P::LowestWetnessTimeVal, &P::SwitchState,
+                &P::SwitchOpenTimeVal, &P::SwitchCloseTimeVal, &P::Values, &P::ShownChanges);
 }
 
 std::unique_ptr<DeviceRecord> workingCopy(const DeviceRecord &device)

@@ -202,6 +202,13 @@ inline void clearAlertSentFlags(ProbeRecord &p)
 inline constexpr char kDefaultSubject[] = "Corvanta $ALARM_STATE on $DEVICE_NAME:$PROBE_NAME";
 
 // Copy every configuration and state field and the histories; 0 when `to` is null.
+// Copies the given members of one record to another.
+template <typename Record, typename... Members>
+void copyMembers(Record &to, const Record &from, Members... members)
+{
+    ((to.*members = from.*members), ...);
+}
+
 int copyProbeRecord(ProbeRecord *to, const ProbeRecord &from);
 // The same for a device, without its probes.
 int copyDeviceRecord(DeviceRecord *to, const DeviceRecord &from);

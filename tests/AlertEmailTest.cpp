@@ -48,12 +48,7 @@ struct AlertFixture : NetFixture {
         ProbeRecord &p = *d.probe(0);
         p.HighAlarmTemp = 85, p.HighCautionTemp = 80, p.LowCautionTemp = 50, p.LowAlarmTemp = 40;
         p.ConsecutiveAlarmThreshold = 1;
-        p.SendAlarmEmail = 1;
-        p.SMTPServer = "127.0.0.1";
-        p.SMTPPort = port;
-        p.EmailFrom = "monitor@lab.example";
-        p.EmailTo = "ops@lab.example";
-        p.EmailTemplate = path("Templates/DefaultEmailTemplate.txt");
+        mailAlarmsTo(p, port, path("Templates/DefaultEmailTemplate.txt"));
         return p;
     }
     QByteArray file(const char *name) { return readFile(path(name)); }

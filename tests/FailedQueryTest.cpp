@@ -1,17 +1,10 @@
 // Queries that fail: attempts refused, silent or cut off, replies that do
 // not parse, and the query-failure alert of a device that stops answering.
-#include "store/CFormat.h"
-#include "store/DeviceFile.h"
 #include "tests/CycleFixture.h"
 
-#include <QCoreApplication>
-#include <QDateTime>
 #include <QElapsedTimer>
-#include <QThread>
 
 #include <gtest/gtest.h>
-
-#include <limits>
 
 using namespace cz;
 using namespace cz::test;

@@ -1,5 +1,6 @@
 #include "tests/support/MailTestSupport.h"
 
+#include "store/Records.h"
 #include "tests/support/NetTestSupport.h"
 
 #include <QDir>
@@ -66,6 +67,11 @@ QList<QJsonObject> SmtpServer::messages() const
     return list;
 }
 
+int SmtpServer::messageCount() const
+{
+    return int(QDir(dir_.filePath("mail")).entryList({"*.eml"}).size());
+}
+
 QList<QJsonObject> SmtpServer::waitForMessages(int count, int timeoutMs) const
 {
     waitUntil([&] { return messages().size() >= count; }, timeoutMs);
@@ -93,6 +99,16 @@ MailerRun runMailer(const QStringList &arguments, const QStringList &extraEnviro
     run.out = mailer.readAllStandardOutput();
     run.err = mailer.readAllStandardError();
     return run;
+}
+
+void mailAlarmsTo(ProbeRecord &probe, int smtpPort, const QByteArray &templatePath)
+{
+    probe.SendAlarmEmail = 1;
+    probe.SMTPServer = "127.0.0.1";
+    probe.SMTPPort = smtpPort;
+    probe.EmailFrom = "monitor@lab.example";
+    probe.EmailTo = "ops@lab.example";
+    probe.EmailTemplate = templatePath;
 }
 
 } // namespace cz::test

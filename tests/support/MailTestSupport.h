@@ -8,6 +8,10 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+namespace cz {
+struct ProbeRecord;
+}
+
 namespace cz::test {
 
 class SmtpServer {
@@ -28,6 +32,7 @@ public:
     // from, to, tls, login, subject (decoded), headers, body (decoded).
     QList<QJsonObject> waitForMessages(int count, int timeoutMs = 20000) const;
     QList<QJsonObject> messages() const;
+    int messageCount() const;
     // The raw bytes of message n (from 1).
     QByteArray raw(int n) const;
 
@@ -42,6 +47,10 @@ struct MailerRun {
     QByteArray out, err;
 };
 MailerRun runMailer(const QStringList &arguments, const QStringList &extraEnvironment = {});
+
+// Sends the probe's alarm e-mail from monitor@lab.example to
+// ops@lab.example through the server on 127.0.0.1:`smtpPort`.
+void mailAlarmsTo(ProbeRecord &probe, int smtpPort, const QByteArray &templatePath);
 
 // Where the programs under test are built.
 QString binDir();

@@ -269,9 +269,10 @@ void DeviceSimulator::respond(Served &served, QTcpSocket *socket, const QByteArr
         return;
     }
     case Fault::Garbage: {
+        // Random bytes, none of them NUL but the eighth.
         QByteArray junk(512, '\0');
         for (char &c : junk)
-            c = char(QRandomGenerator::global()->bounded(256));
+            c = char(QRandomGenerator::global()->bounded(1, 256));
         junk[7] = '\0';
         junk[0] = '\x9c'; // never the start of a status line
         socket->write(junk);
