@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <functional>
 #include <vector>
 
 namespace cz::bench {
@@ -27,9 +28,17 @@ inline QList<int> startSimulator(QProcess &simulator, const QStringList &argumen
 }
 using test::residentKiB;
 
-// Writes a data folder of one "Model R16" device of 16 temperature probes
-// per port, logging on, thresholds 40/50/73/74 and an e-mail after 3 readings.
-void writeDataFolder(const DataFolder &folder, const QList<int> &ports);
+// Writes a data folder of one "Model R16" device of 16 probes per port
+// (temperatures, or the types given), logging on, thresholds 40/50/73/74
+// and an e-mail after 3 readings.
+void writeDataFolder(const DataFolder &folder, const QList<int> &ports, const std::vector<ProbeType> &types = {});
+
+// Writes `days` of data lines, one per `interval` seconds up to `now`, for
+// every probe of the first `devices` devices of `store`, the days before
+// today in the dated folders the rollover makes. `text(slot, probe, t)`
+// gives each line's reading.
+void writeDataFiles(const DeviceStore &store, int devices, std::int64_t now, int interval, int days,
+                    const std::function<QByteArray(int slot, int probe, std::int64_t t)> &text);
 
 // A temporary data folder of `devices` such devices, read by a store on
 // the system clock.

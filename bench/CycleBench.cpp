@@ -168,8 +168,8 @@ int main(int argc, char **argv)
     fillHistories(state);
     const std::size_t historyFull = historyBytes(state);
     const long residentFull = bench::residentKiB();
-    std::printf("  completely full histories (86,400 samples x %d probes and %d time histories): %.1f MB "
-                "(target at most 1,600 MB); resident then: %.1f MB\n",
+    std::printf("  completely full histories of a steady reading (86,400 samples x %d probes and %d time "
+                "histories; bench_history fills them as sensors would): %.1f MB; resident then: %.1f MB\n",
                 kDevices * 16, kDevices, mb(double(historyFull)), residentFull / 1024.0);
     return 0;
 }

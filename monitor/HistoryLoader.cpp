@@ -65,7 +65,7 @@ private:
 
 struct Sample {
     double time;
-    float value;
+    double value;
 };
 
 // The longest line a data file can hold: date, time and a display text of
@@ -115,7 +115,7 @@ void readFile(const QString &path, ProbeType type, double since, double before, 
                     v = std::numeric_limits<double>::quiet_NaN();
             }
             if (std::isfinite(t) && std::isfinite(v) && t >= since && t < before)
-                out.push_back({t, float(v)});
+                out.push_back({t, v});
         }
         p = lineEnd + 1;
     }
@@ -194,7 +194,7 @@ std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const st
     // The grid ends at the newest line; each line goes to its nearest slot
     // (a later line of the same slot wins), slots without one are gaps.
     int oldest = length;
-    std::vector<std::vector<float>> columns(std::size_t(job.probeCount));
+    std::vector<std::vector<double>> columns(std::size_t(job.probeCount));
     for (int i = 0; i < job.probeCount; ++i) {
         auto &column = columns[std::size_t(i)];
         for (const Sample &s : samples[std::size_t(i)]) {
@@ -202,7 +202,7 @@ std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const st
             if (age < 0 || age >= length)
                 continue;
             if (column.empty())
-                column.assign(std::size_t(length), std::numeric_limits<float>::quiet_NaN());
+                column.assign(std::size_t(length), kNoValue);
             const int index = length - 1 - int(age);
             column[std::size_t(index)] = s.value;
             oldest = std::min(oldest, index);
@@ -213,8 +213,7 @@ std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const st
         loaded->times.append(newest - double(length - 1 - index) * interval);
         for (int i = 0; i < job.probeCount; ++i) {
             const auto &column = columns[std::size_t(i)];
-            const float v = column.empty() ? std::numeric_limits<float>::quiet_NaN() : column[std::size_t(index)];
-            loaded->values[std::size_t(i)].append(std::isnan(v) ? kNoValue : double(v));
+            loaded->values[std::size_t(i)].append(column.empty() ? kNoValue : column[std::size_t(index)]);
         }
     }
     // The time the program was not running is a gap.
@@ -238,11 +237,15 @@ bool placeDeviceHistory(DeviceRecord &device, LoadedHistory &loaded, int probeCo
         return true;
     // The samples the device's queries added since start follow the file's.
     const int live = int(std::min<std::uint64_t>(device.Times.samplesWritten(), TimeHistory::kLength));
-    for (int index = TimeHistory::kLength - live; index < TimeHistory::kLength; ++index) {
-        loaded.times.append(device.Times.at(index));
-        for (int i = 0; i < probeCount; ++i)
-            if (const ProbeRecord *p = device.probe(i))
-                loaded.values[std::size_t(i)].append(p->Values.at(index));
+    const int firstLive = TimeHistory::kLength - live;
+    device.Times.forEach(firstLive, TimeHistory::kNewest, [&](int, double t) { loaded.times.append(t); });
+    for (int i = 0; i < probeCount; ++i) {
+        ValueHistory &into = loaded.values[std::size_t(i)];
+        if (const ProbeRecord *p = device.probe(i))
+            p->Values.forEach(firstLive, TimeHistory::kNewest, [&](int, double v) { into.append(v); });
+        else
+            for (int k = 0; k < live; ++k)
+                into.append(kNoValue);
     }
     device.Times = std::move(loaded.times);
     for (int i = 0; i < probeCount; ++i)

@@ -3,6 +3,8 @@
 
 #include "store/FixedText.h"
 #include "store/History.h"
+#include "store/TimeHistory.h"
+#include "store/ValueHistory.h"
 
 #include <array>
 #include <cstdint>

@@ -44,33 +44,6 @@ TEST(Records, NewRecordsHoldTheDocumentedDefaults)
     EXPECT_STREQ(switchConditionText(SwitchAlarmCondition::OnOpen), "Alarm on open");
 }
 
-TEST(History, ReadsLikeAShiftedArrayWithTheNewestSampleLast)
-{
-    ValueHistory h;
-    EXPECT_EQ(h.allocatedBytes(), 0u);
-    EXPECT_EQ(h.at(86399), kNoValue);
-    h.append(71.6);
-    h.append(kNoValue);
-    h.append(72.0);
-    EXPECT_EQ(h.at(86399), 72.0);
-    EXPECT_EQ(h.at(86398), kNoValue);  // a gap
-    EXPECT_EQ(h.at(86397), 71.6);      // exactly the value stored
-    EXPECT_EQ(h.at(86396), kNoValue);  // never written
-    EXPECT_EQ(h.at(0), kNoValue);
-    EXPECT_GT(h.allocatedBytes(), 0u);
-    EXPECT_LT(h.allocatedBytes(), 86400 * sizeof(float));
-}
-
-TEST(History, DropsTheOldestSampleOnceFull)
-{
-    TimeHistory h;
-    for (int i = 0; i < 86400 + 10; ++i)
-        h.append(1000.5 + i);
-    EXPECT_EQ(h.at(86399), 1000.5 + 86409);
-    EXPECT_EQ(h.at(0), 1000.5 + 10);
-    EXPECT_EQ(h.allocatedBytes(), 86400 * sizeof(double));
-}
-
 TEST(Records, CopyingAProbeCopiesSettingsStateAndHistory)
 {
     ProbeRecord from;

@@ -146,8 +146,7 @@ bool writeChartCsv(const DeviceRecord &device, int first, int last, double now, 
     std::vector<std::vector<double>> values(std::size_t(device.probeSlots()));
     for (int i = 0; i < device.probeSlots(); ++i)
         if (const ProbeRecord *p = device.probe(i))
-            for (int index = first + 1; index <= last; ++index)
-                values[std::size_t(i)].push_back(p->Values.at(index));
+            p->Values.forEach(first + 1, last, [&](int, double v) { values[std::size_t(i)].push_back(v); });
     for (std::size_t k = 0; k < times.size(); ++k) {
         const QDateTime when = QDateTime::fromMSecsSinceEpoch(qint64(times[k] * 1000.0));
         text += when.toString(QStringLiteral("MM-dd-yy,hh:mm:ss")).toLatin1();

@@ -11,6 +11,13 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
+// Points are placed at float precision, as the chart always has placed
+// them: far finer than a pixel, and the same picture for the same readings.
+double plotted(double v)
+{
+    return std::isfinite(v) && std::fabs(v) < double(std::numeric_limits<float>::max()) ? double(float(v)) : v;
+}
+
 void addBridges(SeriesPoints &out)
 {
     // A dashed line joins the last value before each gap to the first after.
@@ -68,7 +75,7 @@ void seriesPoints(const DeviceRecord &device, int probe, int first, const std::v
             return kNaN;
         if (index == last && p->ProbeType != ProbeType::Temperature && v == double(kNoReading))
             return kNaN;
-        return v;
+        return plotted(v);
     };
     if (n <= maxPoints) {
         out.line.reserve(n);
@@ -78,47 +85,40 @@ void seriesPoints(const DeviceRecord &device, int probe, int first, const std::v
         addBridges(out);
         return;
     }
-    // Lowest and highest value of each column, in the order they came.
+    // Lowest and highest value of each column, in the order they came; the
+    // history finds them without decoding what cannot change them.
     const int columns = std::max(maxPoints / 2, 1);
     out.line.reserve(columns * 2);
-    int column = -1, lowAt = -1, highAt = -1;
-    double low = 0, high = 0;
-    auto flush = [&](int startIndex) {
-        if (column < 0)
-            return;
-        if (lowAt < 0) {
-            out.line.append(QCPGraphData(times[std::size_t(startIndex)], kNaN));
-            return;
+    ValueHistory::DecodedChunk decoded;
+    for (int c = 0; c < columns; ++c) {
+        // Samples k of the window with k * columns / n == c.
+        const int from = int((std::int64_t(c) * n + columns - 1) / columns);
+        const int to = int((std::int64_t(c + 1) * n + columns - 1) / columns);
+        if (from >= to)
+            continue;
+        const bool newest = to == n;
+        ValueHistory::Extremes e = p->Values.extremes(first + 1 + from, first + to - (newest ? 1 : 0), decoded);
+        if (newest) {
+            const double v = shown(last, p->Values.at(last));
+            if (!std::isnan(v) && (e.lowAt < 0 || v < e.low)) {
+                e.low = v;
+                e.lowAt = last;
+            }
+            if (!std::isnan(v) && (e.highAt < 0 || v > e.high)) {
+                e.high = v;
+                e.highAt = last;
+            }
         }
-        const int a = std::min(lowAt, highAt), b = std::max(lowAt, highAt);
-        const double va = a == lowAt ? low : high, vb = a == lowAt ? high : low;
-        out.line.append(QCPGraphData(times[std::size_t(a)], va));
+        if (e.lowAt < 0) {
+            out.line.append(QCPGraphData(times[std::size_t(from)], kNaN));
+            continue;
+        }
+        const bool lowFirst = e.lowAt <= e.highAt;
+        const int a = std::min(e.lowAt, e.highAt) - first - 1, b = std::max(e.lowAt, e.highAt) - first - 1;
+        out.line.append(QCPGraphData(times[std::size_t(a)], plotted(lowFirst ? e.low : e.high)));
         if (b != a)
-            out.line.append(QCPGraphData(times[std::size_t(b)], vb));
-    };
-    int columnStart = 0;
-    p->Values.forEach(first + 1, last, [&](int index, double v) {
-        const int k = index - first - 1;
-        const int c = int(std::int64_t(k) * columns / n);
-        if (c != column) {
-            flush(columnStart);
-            column = c;
-            columnStart = k;
-            lowAt = highAt = -1;
-        }
-        v = shown(index, v);
-        if (std::isnan(v))
-            return;
-        if (lowAt < 0 || v < low) {
-            low = v;
-            lowAt = k;
-        }
-        if (highAt < 0 || v > high) {
-            high = v;
-            highAt = k;
-        }
-    });
-    flush(columnStart);
+            out.line.append(QCPGraphData(times[std::size_t(b)], plotted(lowFirst ? e.high : e.low)));
+    }
     addBridges(out);
 }
 
