@@ -96,6 +96,51 @@ AlarmState wholeNumberBand(std::int32_t v, std::int32_t ha, std::int32_t hc, std
     return threshold = la, AlarmState::LowAlarm;
 }
 
+struct Thresholds {
+    double highAlarm, highCaution, lowCaution, lowAlarm;
+};
+
+// A probe in alarm or caution steps down a state only once its reading is
+// inside that state's threshold by the probe's clear margin; until then it
+// keeps the state it is in (true, with that state's threshold). A reading
+// beyond the other side's thresholds is never held back.
+bool heldByClearMargin(const ProbeRecord &p, double v, const Thresholds &t, AlarmState &band, double &threshold)
+{
+    const double m = p.ClearMargin;
+    if (!(m > 0))
+        return false;
+    const AlarmState s = p.AlarmState;
+    if (s == AlarmState::HighAlarm || s == AlarmState::HighCaution) {
+        if (s == AlarmState::HighAlarm && (band == AlarmState::HighCaution || band == AlarmState::Normal) &&
+            v > t.highAlarm - m) {
+            band = AlarmState::HighAlarm, threshold = t.highAlarm;
+            return true;
+        }
+        if (band == AlarmState::Normal && v > t.highCaution - m) {
+            band = AlarmState::HighCaution, threshold = t.highCaution;
+            return true;
+        }
+    } else if (s == AlarmState::LowAlarm || s == AlarmState::LowCaution) {
+        if (s == AlarmState::LowAlarm && (band == AlarmState::LowCaution || band == AlarmState::Normal) &&
+            v < t.lowAlarm + m) {
+            band = AlarmState::LowAlarm, threshold = t.lowAlarm;
+            return true;
+        }
+        if (band == AlarmState::Normal && v < t.lowCaution + m) {
+            band = AlarmState::LowCaution, threshold = t.lowCaution;
+            return true;
+        }
+    }
+    return false;
+}
+
+QByteArray conditionMessage(AlarmState band, const QByteArray &value, const QByteArray &threshold, bool held,
+                            const QByteArray &margin)
+{
+    return QByteArray("Probe reported a ") + bandName(band) + " condition (value " + value + ", threshold " +
+           threshold + (held ? ", clear margin " + margin : QByteArray()) + ")";
+}
+
 } // namespace
 
 struct AlarmEvaluation::Reading {
@@ -136,14 +181,15 @@ void AlarmEvaluation::evaluateAnalog(const Reading &r)
         double threshold = 0;
         if (!temperatureBand(p, v, band, threshold))
             return;
+        const bool held = heldByClearMargin(
+            p, v, {p.HighAlarmTemp, p.HighCautionTemp, p.LowCautionTemp, p.LowAlarmTemp}, band, threshold);
         const QByteArray value = formatFixed(v, 2);
         if (band == AlarmState::Normal) {
             normal(r, "Probe reported an alarm clear condition (value " + value + ")");
             return;
         }
         alarmOrCaution(r, int(band), threshold,
-                       QByteArray("Probe reported a ") + bandName(band) + " condition (value " + value +
-                           ", threshold " + formatFixed(threshold, 2) + ")");
+                       conditionMessage(band, value, formatFixed(threshold, 2), held, formatFixed(p.ClearMargin, 2)));
         return;
     }
 
@@ -174,14 +220,18 @@ void AlarmEvaluation::evaluateAnalog(const Reading &r)
     updateExtremes(p, v, r.now, p.*k.lowest, p.*k.lowestTime, k.lowestBit, p.*k.highest, p.*k.highestTime,
                    k.highestBit);
     band = wholeNumberBand(v, p.*k.ha, p.*k.hc, p.*k.lc, p.*k.la, threshold);
+    double heldThreshold = threshold;
+    const bool held = heldByClearMargin(p, v, {double(p.*k.ha), double(p.*k.hc), double(p.*k.lc), double(p.*k.la)},
+                                        band, heldThreshold);
+    threshold = std::int32_t(heldThreshold);
     const QByteArray value = QByteArray::number(v);
     if (band == AlarmState::Normal) {
         normal(r, "Probe reported an alarm clear condition (value " + value + ")");
         return;
     }
     alarmOrCaution(r, int(band), threshold,
-                   QByteArray("Probe reported a ") + bandName(band) + " condition (value " + value + ", threshold " +
-                       QByteArray::number(threshold) + ")");
+                   conditionMessage(band, value, QByteArray::number(threshold), held,
+                                    QByteArray::number(p.ClearMargin, 'g', 6)));
 }
 
 void AlarmEvaluation::alarmOrCaution(const Reading &r, int bandCode, double threshold, const QByteArray &message)
@@ -286,6 +336,7 @@ void AlarmEvaluation::runActions(const Reading &r, AlertKind kind, double thresh
     if (alarm ? p.RunProgramAlarm : caution ? p.RunProgramCaution : p.RunProgramClear)
         actions_.runAlertProgram(r.store, r.slot, r.probeIndex,
                                  (alarm ? p.ProgramAlarm : caution ? p.ProgramCaution : p.ProgramClear).bytes());
+    emit alertRaised(r.slot, r.probeIndex, kind);
 }
 
 void AlarmEvaluation::logEvent(const Reading &r, const QByteArray &message)

@@ -20,6 +20,8 @@ public:
     void evaluateProbeValue(DeviceStore &store, int slot, int probeIndex, const QByteArray &valueText, std::int64_t now,
                             int notFirstQuery) override;
 
+    enum class AlertKind { Alarm, Caution, Clear };
+
     // Alerts raised since the program started (each ran its actions once).
     struct AlertCounts {
         quint64 alarm = 0, caution = 0, clear = 0;
@@ -30,10 +32,12 @@ signals:
     // Every event-log message as it is written (also when the device does
     // not log), for the headless program's output.
     void eventLogged(int slot, int probeIndex, const QByteArray &message);
+    // An alarm, caution or clear ran its alert actions; the probe's record
+    // holds the reading and state that raised it.
+    void alertRaised(int slot, int probeIndex, cz::AlarmEvaluation::AlertKind kind);
 
 private:
     struct Reading;
-    enum class AlertKind { Alarm, Caution, Clear };
     void runActions(const Reading &r, AlertKind kind, double threshold);
     void evaluateAnalog(const Reading &r);
     void evaluateSwitch(const Reading &r);

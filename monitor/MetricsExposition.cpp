@@ -214,6 +214,14 @@ QByteArray metricsExposition(const DeviceStore &store, const QueryCycle &cycle, 
             if (const std::optional<double> v = probeValue(*p.probe))
                 f.sample(p.labels, number(*v));
     }
+    {
+        Family f(out, "corvanta_probe_clear_margin", "gauge",
+                 "How far inside a threshold a reading must come back before the probe leaves alarm or caution, "
+                 "in the units of its units label (0: at the threshold); absent for a switch.");
+        for (const ProbeLine &p : probes)
+            if (p.probe->ProbeType != ProbeType::Switch)
+                f.sample(p.labels, number(p.probe->ClearMargin > 0 ? p.probe->ClearMargin : 0));
+    }
     auto eachProbe = [&](const char *name, const char *help, auto value) {
         Family f(out, name, "gauge", help);
         for (const ProbeLine &p : probes)

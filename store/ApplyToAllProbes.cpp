@@ -8,7 +8,7 @@ void copyThresholds(ProbeRecord &to, const ProbeRecord &from)
 {
     using P = ProbeRecord;
     copyMembers(to, from,
-                &P::HighAlarmTemp, &P::HighCautionTemp, &P::LowCautionTemp, &P::LowAlarmTemp, &P::HighAlarmHumidity,
+                &P::HighAlarmTemp, &P::HighCautionTemp, &P::LowCautionTemp, &P::LowAlarmTemp, &P::ClearMargin, &P::HighAlarmHumidity,
                 &P::HighCautionHumidity, &P::LowCautionHumidity, &P::LowAlarmHumidity, &P::HighAlarmWetness,
                 &P::HighCautionWetness, &P::LowCautionWetness, &P::LowAlarmWetness, &P::SwitchAlarmCondition,
                 &P::ConsecutiveAlarmThreshold);

@@ -22,6 +22,9 @@ struct KeyDef {
     // null for a key that is written only
     void (*read)(Rec &, const IniFile &, const QByteArray &section, const char *key, int probeIndex);
     bool text;
+    // A key that stays out of a file that lacks it while it holds this value
+    // (a setting the other edition does not know, left at its default).
+    const char *absentAs = nullptr;
 };
 
 template <class Rec, class T>
@@ -217,6 +220,10 @@ const KeyDef<P> kProbeKeys[] = {
     CZ_TEMP(P, HighCautionTemp, PB::HighCautionTemp),
     CZ_TEMP(P, LowCautionTemp, PB::LowCautionTemp),
     CZ_TEMP(P, LowAlarmTemp, PB::LowAlarmTemp),
+    // Shares its bit: the mask has none left, and the key is written only
+    // once it has been set.
+    {"ClearMargin", PB::ConsecutiveAlarmThreshold, &writeTemp<&P::ClearMargin, P>, &readTemp<&P::ClearMargin, P>,
+     false, "0.00"},
     CZ_TEMP(P, CurrentTemp, PB::CurrentTemp),
     CZ_TEMP(P, HighestTemp, PB::HighestTemp),
     CZ_DATE("HighestTempDate", HighestTempTimeVal, PB::HighestTemp),
@@ -270,7 +277,7 @@ void putKeys(const KeyDef<Rec> (&keys)[N], IniFile &ini, const QByteArray &secti
         if (!(k.bits & mask))
             continue;
         const std::optional<QByteArray> v = k.write(r);
-        if (!v)
+        if (!v || (k.absentAs && *v == k.absentAs && !ini.value(section, k.name)))
             continue;
         ini.setValue(section, k.name, *v);
         written.push_back({probeIndex, k.name, *v});

@@ -29,6 +29,14 @@ char unitLetter(DisplayUnits units)
     return i >= 0 && i < 4 ? "FCKR"[i] : '?';
 }
 
+double convertTemperatureDifference(double difference, DisplayUnits from, DisplayUnits to)
+{
+    auto fine = [](DisplayUnits u) { return u == DisplayUnits::F || u == DisplayUnits::R; };
+    if (fine(from) == fine(to))
+        return difference;
+    return fine(from) ? difference / 1.8 : difference * 1.8;
+}
+
 const char *unitName(DisplayUnits units)
 {
     static constexpr const char *kNames[] = {"Fahrenheit", "Celsius", "Kelvin", "Rankine"};

@@ -31,6 +31,9 @@ inline constexpr std::int32_t kSwitchClosed = 8;
 const char *probeTypeText(ProbeType type);          // "Temperature", ... ; "" when out of range
 char unitLetter(DisplayUnits units);                // 'F', 'C', 'K', 'R'; '?' when out of range
 const char *unitName(DisplayUnits units);           // "Fahrenheit", ...; "" when out of range
+// A temperature difference (a margin) in `from` degrees as `to` degrees:
+// Celsius and Kelvin degrees are 1.8 Fahrenheit or Rankine ones.
+double convertTemperatureDifference(double difference, DisplayUnits from, DisplayUnits to);
 const char *alarmStateText(AlarmState state);       // "Normal", "High Alarm", ...
 const char *switchConditionText(SwitchAlarmCondition condition);
 
@@ -118,6 +121,9 @@ struct ProbeRecord : ChangeMasks {
     double HighCautionTemp = 0;
     double LowCautionTemp = 0;
     double LowAlarmTemp = 0;
+    // How far inside a threshold a reading must come back before the probe
+    // leaves its alarm or caution state (probe units; 0: at the threshold).
+    double ClearMargin = 0;
     std::int32_t CurrentHumidity = kNoReading;
     std::int32_t HighestHumidity = 0;
     std::int32_t LowestHumidity = 0;

@@ -217,3 +217,81 @@ TEST(AlarmEvaluation, SwitchSequences)
     EXPECT_TRUE(f.actions.calls.isEmpty());
     EXPECT_EQ(f.logOf(0).size(), 3);
 }
+
+// Readings around the caution threshold (80) by less than the margin.
+TEST(ClearMargin, AReadingHoveringAtAThresholdAlertsOnceAndClearsOnce)
+{
+    auto run = [](double margin) {
+        EvalFixture f;
+        ProbeRecord &p = f.probe(ProbeType::Temperature, 1);
+        p.ClearMargin = margin;
+        for (const char *v : {"70", "80.5", "79.5", "80.4", "79.2", "80.1", "79.9", "78.5"})
+            f.read(v);
+        QList<QByteArray> emails;
+        for (const QByteArray &call : std::as_const(f.actions.calls))
+            if (call.startsWith("email"))
+                emails << call;
+        return std::pair(emails, f.logOf(0));
+    };
+    const auto [withMargin, log] = run(1.0);
+    EXPECT_EQ(withMargin, (QList<QByteArray>{"email 1 80", "email 1 none"}));
+    EXPECT_EQ(log[1], "Probe reported a High Caution condition (value 79.50, threshold 80.00, clear margin 1.00)");
+    EXPECT_EQ(log.last(), "Probe reported an alarm clear condition (value 78.50)");
+    // Without a margin every crossing is an alert, as before.
+    EXPECT_EQ(run(0).first, (QList<QByteArray>{"email 1 80", "email 1 none", "email 1 80", "email 1 none",
+                                               "email 1 80", "email 1 none"}));
+}
+
+TEST(ClearMargin, AnAlarmStepsDownOneStateAtATimeAndCountsWhileHeld)
+{
+    EvalFixture f;
+    ProbeRecord &p = f.probe(ProbeType::Temperature, 2);
+    p.ClearMargin = 1;
+    f.read("86"), f.read("86");
+    ASSERT_EQ(p.AlarmState, AlarmState::HighAlarm);
+    f.read("84.5");  // inside 85 by less than 1: still in alarm
+    EXPECT_EQ(p.AlarmState, AlarmState::HighAlarm);
+    EXPECT_EQ(p.ConsecutiveAlarmCount, 3);
+    f.read("79.5");  // inside 85 by enough, inside 80 by too little: caution
+    EXPECT_EQ(p.AlarmState, AlarmState::HighCaution);
+    EXPECT_EQ(p.ConsecutiveAlarmCount, 4);
+    f.read("79");
+    EXPECT_EQ(p.AlarmState, AlarmState::Normal);
+    EXPECT_EQ(p.ConsecutiveAlarmCount, 0);
+
+    // The low side mirrors it: 40 and 50, a margin of 2.
+    p.ClearMargin = 2;
+    f.read("39"), f.read("39");
+    EXPECT_EQ(p.AlarmState, AlarmState::LowAlarm);
+    f.read("41.9");
+    EXPECT_EQ(p.AlarmState, AlarmState::LowAlarm);
+    f.read("42");
+    EXPECT_EQ(p.AlarmState, AlarmState::LowCaution);
+    f.read("51");
+    EXPECT_EQ(p.AlarmState, AlarmState::LowCaution);
+    f.read("52");
+    EXPECT_EQ(p.AlarmState, AlarmState::Normal);
+    // A reading past the other side's threshold is never held.
+    f.read("39"), f.read("39"), f.read("90");
+    EXPECT_EQ(p.AlarmState, AlarmState::HighAlarm);
+}
+
+TEST(ClearMargin, HumidityCountsWholePointsAndSwitchesIgnoreIt)
+{
+    EvalFixture f;
+    ProbeRecord &h = f.probe(ProbeType::Humidity, 1);
+    h.ClearMargin = 3;
+    f.read("81"), f.read("78");
+    EXPECT_EQ(h.AlarmState, AlarmState::HighCaution);
+    EXPECT_EQ(f.logOf(0).last(), "Probe reported a High Caution condition (value 78, threshold 80, clear margin 3)");
+    f.read("77");
+    EXPECT_EQ(h.AlarmState, AlarmState::Normal);
+
+    ProbeRecord &s = f.probe(ProbeType::Switch, 1);
+    s.SwitchAlarmCondition = SwitchAlarmCondition::OnOpen;
+    s.ClearMargin = 5;
+    f.read("1", 1), f.read("-1", 1);
+    EXPECT_EQ(s.AlarmState, AlarmState::HighAlarm);
+    f.read("1", 1);
+    EXPECT_EQ(s.AlarmState, AlarmState::Normal);
+}

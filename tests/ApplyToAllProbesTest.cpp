@@ -31,6 +31,7 @@ TEST(ApplyToAllProbes, ThresholdsGoToProbesOfTheSameTypeOnly)
     from.HighAlarmTemp = 90.5, from.HighCautionTemp = 85, from.LowCautionTemp = 50, from.LowAlarmTemp = 40;
     from.HighAlarmHumidity = 77;
     from.ConsecutiveAlarmThreshold = 3;
+    from.ClearMargin = 1.5;
     from.SwitchAlarmCondition = SwitchAlarmCondition::OnOpen;
     from.SMTPServer = "mail.lab";
     EXPECT_EQ(applyToAllProbes(d, 0, ProbeSettingsGroup::Thresholds), 2);
@@ -40,12 +41,14 @@ TEST(ApplyToAllProbes, ThresholdsGoToProbesOfTheSameTypeOnly)
         EXPECT_EQ(to.LowAlarmTemp, 40);
         EXPECT_EQ(to.HighAlarmHumidity, 77);
         EXPECT_EQ(to.ConsecutiveAlarmThreshold, 3);
+        EXPECT_EQ(to.ClearMargin, 1.5);
         EXPECT_EQ(to.SwitchAlarmCondition, SwitchAlarmCondition::OnOpen);
         EXPECT_EQ(to.SMTPServer.bytes(), "") << "only thresholds are copied";
         EXPECT_EQ(to.ProbeName.bytes(), "Probe " + QByteArray::number(i + 1));
     }
     EXPECT_EQ(d.probe(2)->HighAlarmHumidity, 0);
     EXPECT_EQ(d.probe(2)->ConsecutiveAlarmThreshold, 0);
+    EXPECT_EQ(d.probe(2)->ClearMargin, 0);
 }
 
 TEST(ApplyToAllProbes, EmailAndSoundsGoToEveryOtherProbe)

@@ -409,3 +409,37 @@ TEST(DeviceFile, EditedKeysAreFoundByComparingWrittenValues)
     markEditedKeys(p, q);
     EXPECT_EQ(q.ChangedKeys, ProbeBit::HighAlarmTemp | ProbeBit::ProbeEnabled);
 }
+
+TEST(DeviceFile, TheClearMarginIsWrittenOnlyOnceItHasBeenSet)
+{
+    DataFolderFixture f;
+    DeviceStore &s = f.store();
+    const int slot = addDevice(s, "Lab", 2);
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    const QByteArray before = readFile(f.path("Devices/Lab.ini"));
+    EXPECT_FALSE(before.contains("ClearMargin"));
+
+    auto commitMargin = [&](double margin) {
+        DeviceRecord edited;
+        const DeviceRecord &live = *s.device(slot);
+        copyDeviceRecord(&edited, live);
+        for (int i = 0; i < 2; ++i) {
+            edited.Probes[std::size_t(i)] = std::make_unique<ProbeRecord>();
+            copyProbeRecord(edited.probe(i), *live.probe(i));
+        }
+        edited.probe(0)->ClearMargin = margin;
+        return s.commitDevice(slot, edited);
+    };
+    ASSERT_TRUE(commitMargin(0));
+    EXPECT_EQ(readFile(f.path("Devices/Lab.ini")), before);
+    ASSERT_TRUE(commitMargin(1.5));
+    EXPECT_EQ(IniFile(readFile(f.path("Devices/Lab.ini"))).value("Probe01", "ClearMargin"), QByteArray("1.50"));
+    // Set back to 0, the key stays and says so, so the file reads back 0.
+    ASSERT_TRUE(commitMargin(0));
+    const IniFile after(readFile(f.path("Devices/Lab.ini")));
+    EXPECT_EQ(after.value("Probe01", "ClearMargin"), QByteArray("0.00"));
+    EXPECT_FALSE(after.value("Probe02", "ClearMargin"));
+    ProbeRecord read;
+    readProbeKeys(after, 0, read);
+    EXPECT_EQ(read.ClearMargin, 0.0);
+}

@@ -114,7 +114,7 @@ protected:
                              "[Probe01]\r\nProbeNumber=1\r\nProbeName=Rack \"A\" \\ 1\r\nGroupName=Hall\r\n"
                              "ProbeEnabled=1\r\nProbeType=0\r\nDisplayUnits=1\r\n"
                              "HighAlarmTemp=30.00\r\nHighCautionTemp=28.00\r\nLowCautionTemp=10.00\r\n"
-                             "LowAlarmTemp=5.00\r\nConsecutiveAlarmThreshold=2\r\n"
+                             "LowAlarmTemp=5.00\r\nConsecutiveAlarmThreshold=2\r\nClearMargin=0.50\r\n"
                              "[Probe02]\r\nProbeNumber=2\r\nProbeName=Door\r\nProbeEnabled=1\r\nProbeType=3\r\n"
                              "[Probe03]\r\nProbeNumber=3\r\nProbeName=Spare\r\nProbeEnabled=0\r\nProbeType=0\r\n"));
         writeFile(f.path("Devices/Cellar.ini"),
@@ -176,6 +176,9 @@ TEST_F(MetricsProgram, ServesReadingsAlarmsAndDeviceHealthAndShowsAStoppedDevice
     EXPECT_EQ(valueOf(s.body, "corvanta_probe_value" + kRackSpare), "") << "a disabled probe has no reading";
     EXPECT_EQ(valueOf(s.body, "corvanta_probe_value" + kCellarAir), "47");
     EXPECT_EQ(valueOf(s.body, "corvanta_probe_alarm_state" + kCellarAir), "0");
+    EXPECT_EQ(valueOf(s.body, "corvanta_probe_clear_margin" + kRackIntake), "0.5");
+    EXPECT_EQ(valueOf(s.body, "corvanta_probe_clear_margin" + kCellarAir), "0");
+    EXPECT_EQ(valueOf(s.body, "corvanta_probe_clear_margin" + kRackDoor), "") << "a switch has no margin";
     for (const char *device : {"Server Room", "Cellar"}) {
         const QByteArray labels = QByteArray("{device=\"") + device + "\"}";
         EXPECT_EQ(valueOf(s.body, "corvanta_device_up" + labels), "1") << device;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QAbstractSpinBox>
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
@@ -48,10 +49,12 @@ inline QStringList unnamedControls(QWidget &dialog)
     for (QWidget *w : dialog.findChildren<QWidget *>()) {
         if (!w->isVisibleTo(&dialog) || !(w->focusPolicy() & Qt::TabFocus))
             continue;
-        if (!qobject_cast<QLineEdit *>(w) && !qobject_cast<QComboBox *>(w) && !qobject_cast<QAbstractButton *>(w))
+        if (!qobject_cast<QLineEdit *>(w) && !qobject_cast<QComboBox *>(w) && !qobject_cast<QAbstractButton *>(w) &&
+            !qobject_cast<QAbstractSpinBox *>(w))
             continue;
-        if (qobject_cast<QLineEdit *>(w) && qobject_cast<QComboBox *>(w->parentWidget()))
-            continue; // the edit inside an editable list; the list is named
+        if (qobject_cast<QLineEdit *>(w) &&
+            (qobject_cast<QComboBox *>(w->parentWidget()) || qobject_cast<QAbstractSpinBox *>(w->parentWidget())))
+            continue; // the edit inside an editable list or a spin box; that one is named
         QAccessibleInterface *a = QAccessible::queryAccessibleInterface(w);
         if (!a || a->text(QAccessible::Name).trimmed().isEmpty())
             unnamed << QString::fromLatin1(w->metaObject()->className()) + ' ' + w->objectName();

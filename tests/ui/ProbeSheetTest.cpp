@@ -3,9 +3,11 @@
 #include "tests/ui/ConfigFixture.h"
 #include "ui/config/AlertOptionsDialog.h"
 #include "ui/config/EmailSubjectsDialog.h"
+#include "store/IniFile.h"
 #include "ui/config/ThresholdEntry.h"
 
 #include <QApplication>
+#include <QDoubleSpinBox>
 #include <QLabel>
 
 #include <gtest/gtest.h>
@@ -195,6 +197,47 @@ TEST(ProbeSheet, ApplyToAllReachesOnlyProbesOfTheSameTypeForThresholds)
         f.prompter.answers = {true};
         d.reject();
     });
+}
+
+TEST(ProbeSheet, TheClearMarginFollowsTheThresholdsAndKeepsItsSizeInOtherUnits)
+{
+    WindowFixture f;
+    configure(f, 0, [&](DeviceSettingsDialog &d) {
+        inProbeSheet(d, [&](ProbeSettingsSheet &sheet) {
+            QApplication::setActiveWindow(&sheet);
+            ProbeSettingsPage &page = probePage(sheet, 0);
+            auto &margin = control<QDoubleSpinBox>(page, "Clear margin:");
+            EXPECT_EQ(margin.accessibleDescription(), "deg. F");
+            // Tab goes from the last threshold to the margin.
+            ThresholdEntry &lowAlarm = threshold(page, 3);
+            lowAlarm.setFocus();
+            QTest::keyClick(lowAlarm.lineEdit(), Qt::Key_Tab);
+            ASSERT_TRUE(margin.hasFocus());
+            QTest::keyClick(&margin, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClicks(&margin, "1.8");
+            EXPECT_DOUBLE_EQ(page.probe().ClearMargin, 1.8);
+
+            f.prompter.answers = {true};
+            click(page, "Celsius");
+            EXPECT_DOUBLE_EQ(page.probe().ClearMargin, 1.0);
+            EXPECT_EQ(margin.text(), "1.00");
+            EXPECT_EQ(margin.accessibleDescription(), "deg. C");
+            click(page, "Fahrenheit");
+            EXPECT_DOUBLE_EQ(page.probe().ClearMargin, 1.8);
+
+            f.prompter.answers = {true};
+            click(page, "Apply to all probes of this type on this device");
+            pageTabs(sheet).setCurrentIndex(1);
+            EXPECT_EQ(control<QDoubleSpinBox>(probePage(sheet, 1), "Clear margin:").text(), "1.80");
+            click(sheet, "OK");
+        });
+        click(d, "Update");
+    });
+    const IniFile file(deviceFile(f, "Server Room"));
+    EXPECT_EQ(file.value("Probe01", "ClearMargin"), QByteArray("1.80"));
+    EXPECT_EQ(file.value("Probe02", "ClearMargin"), QByteArray("1.80"));
+    EXPECT_FALSE(file.value("Probe04", "ClearMargin")) << "the switch keeps no margin";
+    EXPECT_EQ(f.store().device(0)->probe(0)->ClearMargin, 1.8);
 }
 
 TEST(ProbeSheet, EmailFieldsFollowTheThreeQuestionsAndPagesAreRepairedOnOpening)

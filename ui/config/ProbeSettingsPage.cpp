@@ -14,6 +14,7 @@
 
 #include <QButtonGroup>
 #include <QComboBox>
+#include <QDoubleSpinBox>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -21,6 +22,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 namespace cz {
@@ -180,21 +182,38 @@ QWidget *ProbeSettingsPage::buildThresholds(QList<QWidget *> &order)
             entry->lineEdit()->selectAll();
         });
     }
+    // How far back inside a threshold a reading must come before the probe
+    // leaves alarm or caution; 0 leaves it at the threshold.
+    clearMargin_ = new QDoubleSpinBox(box);
+    clearMargin_->setObjectName(QStringLiteral("clearMargin"));
+    clearMargin_->setRange(0, 100);
+    marginUnit_ = new QLabel(box);
+    QLabel *marginLabel = buddyLabel(QStringLiteral("Clear margin:"), clearMargin_, box);
+    grid->addWidget(marginLabel, 4, 0);
+    grid->addWidget(clearMargin_, 4, 1);
+    grid->addWidget(marginUnit_, 4, 2);
+    thresholdRows_ << marginLabel << clearMargin_ << marginUnit_;
+    order << clearMargin_;
+    connect(clearMargin_, &QDoubleSpinBox::valueChanged, this, [this](double v) {
+        editedProbe().ClearMargin = v;
+        modified_ = true;
+    });
+
     auto *switchCondition = new QComboBox(box);
     switchCondition->addItems({QStringLiteral("Never alarm"), QStringLiteral("Alarm on open"),
                                QStringLiteral("Alarm on close")});
     QLabel *switchLabel = buddyLabel(QStringLiteral("Switch alarm condition:"), switchCondition, box);
-    grid->addWidget(switchLabel, 4, 0);
-    grid->addWidget(switchCondition, 4, 1);
+    grid->addWidget(switchLabel, 5, 0);
+    grid->addWidget(switchCondition, 5, 1);
     switchRow_ << switchLabel << switchCondition;
     auto *consecutive = new QComboBox(box);
     for (int i = 1; i <= kConsecutiveEntries; ++i)
         consecutive->addItem(QString::number(i));
-    grid->addWidget(buddyLabel(QStringLiteral("Consecutive alarm threshold:"), consecutive, box), 5, 0);
-    grid->addWidget(consecutive, 5, 1);
-    grid->addWidget(new QLabel(QStringLiteral("alarms"), box), 5, 2);
+    grid->addWidget(buddyLabel(QStringLiteral("Consecutive alarm threshold:"), consecutive, box), 6, 0);
+    grid->addWidget(consecutive, 6, 1);
+    grid->addWidget(new QLabel(QStringLiteral("alarms"), box), 6, 2);
     QPushButton *apply = plainButton(QStringLiteral("Apply to all probes of this type on this device"), box);
-    grid->addWidget(apply, 6, 0, 1, 3);
+    grid->addWidget(apply, 7, 0, 1, 3);
     grid->setColumnStretch(2, 1);
     order << switchCondition << consecutive << apply;
 
@@ -346,6 +365,18 @@ void ProbeSettingsPage::fillThresholdArea()
         thresholds_[std::size_t(row)]->setScale(p.ProbeType, p.DisplayUnits);
         thresholds_[std::size_t(row)]->showValue(thresholdOf(p, row));
     }
+    showClearMargin();
+}
+
+// Hundredths of a degree, as the file keeps it; whole points for humidity
+// and wetness, whose readings are whole.
+void ProbeSettingsPage::showClearMargin()
+{
+    const ProbeRecord &p = probe();
+    const QSignalBlocker blocker(clearMargin_);
+    clearMargin_->setDecimals(p.ProbeType == ProbeType::Temperature ? 2 : 0);
+    clearMargin_->setSingleStep(p.ProbeType == ProbeType::Temperature ? 0.5 : 1);
+    clearMargin_->setValue(p.ClearMargin > 0 ? p.ClearMargin : 0);
 }
 
 // Beside each threshold, and read out with it.
@@ -355,6 +386,8 @@ void ProbeSettingsPage::showUnits(const QString &unit)
         unitLabels_[std::size_t(row)]->setText(unit);
         thresholds_[std::size_t(row)]->setAccessibleDescription(unit);
     }
+    marginUnit_->setText(unit);
+    clearMargin_->setAccessibleDescription(unit);
 }
 
 void ProbeSettingsPage::thresholdEdited(int row, double value)
@@ -423,8 +456,11 @@ void ProbeSettingsPage::chooseUnits(int units)
             emit unitsConfirmed();
         }
     }
+    // The margin is a difference of degrees: it keeps its size.
+    p.ClearMargin = convertTemperatureDifference(p.ClearMargin, p.DisplayUnits, static_cast<DisplayUnits>(units));
     p.DisplayUnits = static_cast<DisplayUnits>(units);
     showUnits(QString::fromLatin1(kUnitLabels[units]));
+    showClearMargin();
     // The lists start over at the unit's zero entry; the thresholds are
     // taken from them when the sheet is closed with OK.
     for (ThresholdEntry *entry : thresholds_) {

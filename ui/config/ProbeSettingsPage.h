@@ -11,6 +11,7 @@
 #include <array>
 
 class QComboBox;
+class QDoubleSpinBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -52,6 +53,7 @@ private:
 
     void edited(std::uint64_t bit);
     void fillThresholdArea();
+    void showClearMargin();
     void showUnits(const QString &unit);
     void thresholdEdited(int row, double value);
     void chooseType(int type);
@@ -75,6 +77,8 @@ private:
     std::array<QRadioButton *, 4> typeButtons_{}, unitButtons_{};
     std::array<ThresholdEntry *, 4> thresholds_{};
     std::array<QLabel *, 4> unitLabels_{};
+    QDoubleSpinBox *clearMargin_ = nullptr;
+    QLabel *marginUnit_ = nullptr;
     QList<QWidget *> switchRow_, thresholdRows_;
     ProbeEmailSettings *email_ = nullptr;
 };
