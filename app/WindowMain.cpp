@@ -6,6 +6,7 @@
 #include "monitor/HistoryLoader.h"
 #include "store/SystemClock.h"
 #include "ui/chart/ChartPage.h"
+#include "ui/desktop/DesktopPresence.h"
 #include "ui/list/DeviceListPage.h"
 #include "ui/MainWindow.h"
 #include "ui/MessageBoxPrompter.h"
@@ -62,12 +63,18 @@ int runWindow(const cz::CommandLine &cl)
         engine.status().ShuttingDown = 1; // a signal asks no question
         sheet.close();
     });
+    // The desktop learns of alerts: the tray icon and notifications.
+    cz::DesktopPresence desktop(sheet, engine.store(), engine.queryCycle(), engine.evaluation());
+
     sheet.placeCentred();
     QApplication::restoreOverrideCursor();
-    if (engine.store().settings.StartMinimized)
-        sheet.showMinimized();
-    else
-        sheet.show();
+    // Hidden in the tray, a closed status window or dialog is the last
+    // window closed: only the confirmed close ends the program.
+    QApplication::setQuitOnLastWindowClosed(false);
+    QObject::connect(&sheet, &cz::MainWindow::shutDownRequested, qApp, [] {
+        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    });
+    desktop.showWindowAtStart();
     QTimer::singleShot(4000, [splash] {
         if (splash)
             splash->close();
@@ -80,6 +87,5 @@ int runWindow(const cz::CommandLine &cl)
             page->appendSample();
     });
     history.start(double(engine.store().clock().nowMs()) / 1000.0);
-    QApplication::setQuitOnLastWindowClosed(true);
     return QApplication::exec();
 }

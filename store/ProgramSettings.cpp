@@ -53,6 +53,17 @@ constexpr PlainKey kKeys[] = {
     {"TemperatureHighMargin", &ProgramSettings::TemperatureHighMargin, false},
 };
 
+// Settings of this edition alone, on (1) by default: a file that never
+// turned them off does not hold them.
+struct DesktopKey {
+    const char *name;
+    std::int32_t ProgramSettings::*field;
+};
+constexpr DesktopKey kDesktopKeys[] = {
+    {"ShowTrayIcon", &ProgramSettings::ShowTrayIcon},
+    {"DesktopNotifications", &ProgramSettings::DesktopNotifications},
+};
+
 QByteArray columnKey(int column, const char *what)
 {
     char buf[40];
@@ -96,6 +107,8 @@ void ProgramSettings::read(const IniFile &ini)
     }
     SerialPortPattern = ini.readString(kSection, "SerialPortPattern", "", 261);
     MetricsAddress = ini.readString(kSection, "MetricsAddress", "", 261);
+    for (const DesktopKey &k : kDesktopKeys)
+        this->*k.field = ini.readInt(kSection, k.name, 1);
 }
 
 void ProgramSettings::write(IniFile &ini) const
@@ -113,6 +126,9 @@ void ProgramSettings::write(IniFile &ini) const
         ini.setValue(kSection, "SerialPortPattern", SerialPortPattern.bytes());
     if (!MetricsAddress.empty())
         ini.setValue(kSection, "MetricsAddress", MetricsAddress.bytes());
+    for (const DesktopKey &k : kDesktopKeys)
+        if (this->*k.field != 1 || ini.value(kSection, k.name))
+            ini.setValue(kSection, k.name, QByteArray::number(this->*k.field));
 }
 
 } // namespace cz

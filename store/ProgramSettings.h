@@ -52,6 +52,10 @@ struct ProgramSettings {
     // Where the metrics page is served ("PORT" or "HOST:PORT"); empty: not
     // served. Written back only when set.
     FixedText<261> MetricsAddress;
+    // The tray icon and the desktop notifications of alerts (1: on). Each is
+    // written back only when off or already in the file.
+    std::int32_t ShowTrayIcon = 1;
+    std::int32_t DesktopNotifications = 1;
 
     ProgramSettings();
     // Reads every "Program" key, absent ones at their defaults.

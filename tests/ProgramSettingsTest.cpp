@@ -108,3 +108,30 @@ TEST(ProgramSettings, ADamagedSettingsFileLoadsWithDefaults)
     EXPECT_EQ(f.store().settings.HighAlarmColor, 255);
     EXPECT_EQ(f.store().settings.TemperatureHighMargin, 10);
 }
+
+TEST(ProgramSettings, TheTrayAndNotificationKeysAreWrittenOnlyOnceTurnedOff)
+{
+    DataFolderFixture f;
+    DeviceStore &s = f.store();
+    s.readProgramSettings();
+    EXPECT_EQ(s.settings.ShowTrayIcon, 1);
+    EXPECT_EQ(s.settings.DesktopNotifications, 1);
+    ASSERT_TRUE(s.writeProgramSettings());
+    const QByteArray untouched = readFile(f.path("Corvanta Zephtra.ini"));
+    EXPECT_FALSE(untouched.contains("ShowTrayIcon"));
+    EXPECT_FALSE(untouched.contains("DesktopNotifications"));
+
+    s.settings.DesktopNotifications = 0;
+    ASSERT_TRUE(s.writeProgramSettings());
+    EXPECT_TRUE(readFile(f.path("Corvanta Zephtra.ini")).contains("\r\nDesktopNotifications=0\r\n"));
+    DeviceStore &again = f.restart();
+    again.readProgramSettings();
+    EXPECT_EQ(again.settings.DesktopNotifications, 0);
+    EXPECT_EQ(again.settings.ShowTrayIcon, 1);
+    // Turned on again, the key says so rather than going.
+    again.settings.DesktopNotifications = 1;
+    ASSERT_TRUE(again.writeProgramSettings());
+    const QByteArray saved = readFile(f.path("Corvanta Zephtra.ini"));
+    EXPECT_TRUE(saved.contains("\r\nDesktopNotifications=1\r\n"));
+    EXPECT_FALSE(saved.contains("ShowTrayIcon"));
+}

@@ -112,6 +112,7 @@ MainWindow::MainWindow(WindowContext &context, QueryCycle &cycle, QWidget *paren
         }
     });
     connect(deviceList_, &DeviceListPage::addRequested, this, &MainWindow::addDevice, Qt::QueuedConnection);
+    connect(deviceList_, &DeviceListPage::programConfigured, this, &MainWindow::programConfigured);
     connect(&store_, &DeviceStore::deviceAdded, this, &MainWindow::addDevicePage);
     connect(deviceList_, &DeviceListPage::configureRequested, this, &MainWindow::configureDevice,
             Qt::QueuedConnection);
@@ -144,6 +145,39 @@ void MainWindow::addDevicePage(int slot)
 ChartPage *MainWindow::devicePage(int slot) const
 {
     return qobject_cast<ChartPage *>(tabs_->widget(slot + 1));
+}
+
+void MainWindow::showFromTray()
+{
+    if (isMinimized())
+        showNormal();
+    else
+        show();
+    raise();
+    activateWindow();
+}
+
+void MainWindow::showDeviceList()
+{
+    tabs_->setCurrentIndex(0);
+    showFromTray();
+}
+
+void MainWindow::showDevicePage(quint64 deviceId)
+{
+    const int slot = store_.slotWithId(deviceId);
+    if (slot >= 0)
+        tabs_->setCurrentIndex(slot + 1);
+    showFromTray();
+}
+
+void MainWindow::showProbeStatus(quint64 deviceId, int probeIndex)
+{
+    const DeviceRecord *d = store_.device(store_.slotWithId(deviceId));
+    if (const ProbeRecord *p = d ? d->probe(probeIndex) : nullptr)
+        deviceList_->statusWindows().open(*p);
+    else
+        showFromTray();  // the device has gone since
 }
 
 void MainWindow::scheduleRefresh()

@@ -34,10 +34,20 @@ public:
     // The chart page of device `slot`.
     ChartPage *devicePage(int slot) const;
 
+    // Brings the window up from the tray, the task bar or behind others.
+    void showFromTray();
+    // The window with its "Device List" page, or with a device's page.
+    void showDeviceList();
+    void showDevicePage(quint64 deviceId);
+    // The status window of a probe, opened or raised.
+    void showProbeStatus(quint64 deviceId, int probeIndex);
+
 signals:
     // Closing was confirmed: while the "Saving Data..." notice shows, the
     // settings and devices are to be saved and the shutdown logged.
     void shutDownRequested();
+    // "Configure Corvanta Zephtra" was closed with OK.
+    void programConfigured();
 
 protected:
     void closeEvent(QCloseEvent *event) override;

@@ -103,13 +103,23 @@ ProgramSettingsDialog::ProgramSettingsDialog(DeviceStore &store, QWidget *parent
     // Takes effect at once; Cancel leaves it.
     connect(minimized, &QCheckBox::clicked, this, [this](bool on) { store_.settings.StartMinimized = on ? 1 : 0; });
 
+    trayIcon_ = new QCheckBox(QStringLiteral("Show Corvanta Zephtra's state in the system tray."), this);
+    trayIcon_->setChecked(s.ShowTrayIcon != 0);
+    notifications_ = new QCheckBox(
+        QStringLiteral("Show a desktop notification for every alarm, caution and clear, and for devices that stop "
+                       "answering."),
+        this);
+    notifications_->setChecked(s.DesktopNotifications != 0);
+
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(groups);
     layout->addWidget(range);
     layout->addWidget(minimized);
+    layout->addWidget(trayIcon_);
+    layout->addWidget(notifications_);
     QDialogButtonBox *buttons = okCancelButtons(this);
     layout->addWidget(buttons);
-    order << from_ << to_ << minimized << buttons;
+    order << from_ << to_ << minimized << trayIcon_ << notifications_ << buttons;
     chainTabOrder(order);
 }
 
@@ -129,6 +139,8 @@ void ProgramSettingsDialog::accept()
         s.*kRows[std::size_t(row)].setting = colours_[std::size_t(row)];
     s.TemperatureHighMargin = from_->currentIndex();
     s.TemperatureLowMargin = to_->currentIndex();
+    s.ShowTrayIcon = trayIcon_->isChecked() ? 1 : 0;
+    s.DesktopNotifications = notifications_->isChecked() ? 1 : 0;
     QDialog::accept();
 }
 

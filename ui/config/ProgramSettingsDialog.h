@@ -1,7 +1,8 @@
 // "Configure Corvanta Zephtra": the alarm-state colours of the list and
 // the meters, the meter pointer, the chart colours, the temperature display
-// margins, and whether the program starts minimised (which takes effect at
-// once). OK stores the colours and margins in the program settings.
+// margins, whether the program starts minimised (which takes effect at
+// once), and the tray icon and desktop notifications. OK stores the rest in
+// the program settings.
 #pragma once
 
 #include <QDialog>
@@ -9,6 +10,7 @@
 #include <array>
 #include <cstdint>
 
+class QCheckBox;
 class QComboBox;
 
 namespace cz {
@@ -22,7 +24,8 @@ public:
     static constexpr int kColours = 12;
     ProgramSettingsDialog(DeviceStore &store, QWidget *parent = nullptr);
 
-    // OK: the colours and margins go into the program settings.
+    // OK: the colours, margins, tray icon and notifications go into the
+    // program settings.
     void accept() override;
 
 private:
@@ -33,6 +36,8 @@ private:
     std::array<ColorSwatch *, kColours> swatches_{};
     QComboBox *from_;
     QComboBox *to_;
+    QCheckBox *trayIcon_;
+    QCheckBox *notifications_;
 };
 
 } // namespace cz

@@ -217,6 +217,7 @@ void DeviceListPage::configureProgram()
     // Rows and meters take the new colours at once; charts when next shown.
     model_->coloursChanged();
     statusWindows_->refresh();
+    emit programConfigured();
 }
 
 } // namespace cz

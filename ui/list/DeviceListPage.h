@@ -40,6 +40,8 @@ signals:
     void configureRequested(int slot);
     // "Add A Device" was pressed.
     void addRequested();
+    // "Configure Corvanta Zephtra" was closed with OK.
+    void programConfigured();
 
 protected:
     void showEvent(QShowEvent *event) override;
