@@ -2,6 +2,7 @@
 
 #include "store/DeviceStore.h"
 #include "store/LogFiles.h"
+#include "store/PastDataFiles.h"
 #include "store/SystemClock.h"
 
 #include <QCoreApplication>
@@ -47,45 +48,12 @@ void writeDataFolder(const DataFolder &folder, const QList<int> &ports, const st
 void writeDataFiles(const DeviceStore &store, int devices, std::int64_t now, int interval, int days,
                     const std::function<QByteArray(int slot, int probe, std::int64_t t)> &text)
 {
-    const QString data = QFile::decodeName(store.folder().data());
-    const QDate today = QDateTime::fromSecsSinceEpoch(now).date();
     const std::int64_t first = now - std::int64_t(interval) * (std::int64_t(days) * 86400 / interval);
     for (int slot = 0; slot < devices && slot < store.deviceCount(); ++slot) {
-        const DeviceRecord &d = *store.device(slot);
-        for (int i = 0; i < d.probeSlots(); ++i) {
-            const QString name = QFileInfo(QFile::decodeName(d.probe(i)->DataLogFile.bytes())).fileName();
-            QString folder;
-            QByteArray lines;
-            auto flush = [&] {
-                if (lines.isEmpty())
-                    return;
-                QDir().mkpath(folder);
-                QFile f(folder + '/' + name);
-                f.open(QIODevice::WriteOnly);
-                f.write(lines);
-                lines.clear();
-            };
-            QDate day;
-            QByteArray dayText;
-            std::int64_t dayStart = 0;
-            for (std::int64_t t = first; t < now; t += interval) {
-                if (day.isNull() || t >= dayStart + 86400) {
-                    flush();
-                    day = QDateTime::fromSecsSinceEpoch(t).date();
-                    dayStart = QDateTime(day, QTime(0, 0)).toSecsSinceEpoch();
-                    dayText = day.toString("MM-dd-yy,").toLatin1();
-                    folder = day == today ? data : data + '/' + day.toString("MM-dd-yy");
-                }
-                const int inDay = int(t - dayStart);
-                char clock[32];
-                std::snprintf(clock, sizeof clock, "%02d:%02d:%02d,", inDay / 3600, inDay / 60 % 60, inDay % 60);
-                lines += dayText;
-                lines += clock;
-                lines += text(slot, i, t);
-                lines += "\r\n";
-            }
-            flush();
-        }
+        QString error;
+        if (!writePastDataFiles(store, slot, first, now, interval,
+                                [&](int probe, std::int64_t t) { return text(slot, probe, t); }, &error))
+            std::fprintf(stderr, "data files: %s\n", qPrintable(error));
     }
 }
 

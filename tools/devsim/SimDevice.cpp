@@ -1,5 +1,6 @@
 #include "tools/devsim/SimDevice.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -14,7 +15,7 @@ namespace {
 constexpr const char *kFaultNames[] = {"none", "refuse", "hang", "slow", "truncate",
                                        "long", "http500", "garbage", "reset", "bare",
                                        "trickle", "nul", "huge"};
-constexpr const char *kKindNames[] = {"constant", "drift", "sine", "step", "toggle"};
+constexpr const char *kKindNames[] = {"constant", "drift", "sine", "step", "toggle", "daily", "defrost", "door"};
 constexpr const char *kProbeKindNames[] = {"Temperature", "Humidity", "Wetness", "Switch"};
 
 QByteArray number(double v)
@@ -32,6 +33,26 @@ double Scenario::valueAt(double t) const
     case Kind::Sine: return value + amplitude * std::sin(2 * std::numbers::pi * t / (period > 0 ? period : 60));
     case Kind::Step: return t < at ? value : after;
     case Kind::Toggle: return int(std::floor(t / (period > 0 ? period : 60))) % 2 == 0 ? 1 : -1;
+    case Kind::Daily: {
+        const QDateTime local = QDateTime::fromMSecsSinceEpoch(qint64(t * 1000));
+        const double hour = local.time().msecsSinceStartOfDay() / 3600000.0;
+        return value + amplitude * std::cos(2 * std::numbers::pi * (hour - peak) / 24) +
+               ripple * std::sin(2 * std::numbers::pi * t / (period > 0 ? period : 60));
+    }
+    case Kind::Defrost: {
+        const double p = period > 0 ? period : 21600;
+        const double phase = std::fmod(std::fmod(t - at, p) + p, p);
+        const double wobble = amplitude * std::sin(2 * std::numbers::pi * t / 900);
+        if (duration > 0 && phase < duration)
+            return value + wobble + (after - value) * std::sin(std::numbers::pi * phase / duration);
+        return value + wobble;
+    }
+    case Kind::Door: {
+        const double p = period > 0 ? period : 3600;
+        const qint64 slot = qint64(std::floor((t - at) / p));
+        const double phase = t - at - double(slot) * p;
+        return slot % 3 != 2 && phase < duration ? -1 : 1;
+    }
     }
     return value;
 }
@@ -50,13 +71,17 @@ Scenario Scenario::fromJson(const QJsonObject &json)
     s.period = json.value("period").toDouble(s.period);
     s.at = json.value("at").toDouble(s.at);
     s.after = json.value("after").toDouble(s.after);
+    s.peak = json.value("peak").toDouble(s.peak);
+    s.ripple = json.value("ripple").toDouble(s.ripple);
+    s.duration = json.value("duration").toDouble(s.duration);
     return s;
 }
 
 QJsonObject Scenario::toJson() const
 {
     return {{"kind", kKindNames[int(kind)]}, {"value", value}, {"rate", rate}, {"amplitude", amplitude},
-            {"period", period}, {"at", at}, {"after", after}};
+            {"period", period}, {"at", at}, {"after", after}, {"peak", peak}, {"ripple", ripple},
+            {"duration", duration}};
 }
 
 ProbeKind probeKindFromName(const QString &name)

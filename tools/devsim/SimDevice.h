@@ -8,16 +8,26 @@
 
 namespace devsim {
 
-// How a probe's value moves with the simulator's time t (seconds).
+// How a probe's value moves with the simulator's time t (seconds; the demo
+// runs on seconds since 1970, so that its days follow the local clock).
 struct Scenario {
-    enum class Kind { Constant, Drift, Sine, Step, Toggle };
+    enum class Kind { Constant, Drift, Sine, Step, Toggle, Daily, Defrost, Door };
     Kind kind = Kind::Constant;
     double value = 70;     // the constant, the start, the middle, or the value before the step
     double rate = 0;       // drift per minute
-    double amplitude = 0;  // sine
-    double period = 60;    // sine and toggle, seconds
-    double at = 0;         // step time, seconds
-    double after = 0;      // value from the step on
+    double amplitude = 0;  // sine; the daily swing; the wobble of a freezer
+    double period = 60;    // sine, toggle and ripple; between defrosts or door openings; seconds
+    double at = 0;         // step time; where in its period a defrost or an opening falls; seconds
+    double after = 0;      // value from the step on; the warmest of a defrost
+    double peak = 15;      // daily: the local hour of the warmest reading
+    double ripple = 0;     // daily: a swing of `period` seconds on top
+    double duration = 0;   // a defrost or an opening, seconds
+
+    // daily: value + amplitude at `peak` o'clock, value - amplitude twelve
+    // hours later, plus the ripple. defrost: value with a wobble of
+    // `amplitude`, rising to `after` and back over `duration` once every
+    // `period`. door: closed (1), open (-1) for `duration` at most once a
+    // `period`, skipping one period in three.
 
     double valueAt(double t) const;
     static Scenario fromJson(const QJsonObject &json);

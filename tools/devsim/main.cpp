@@ -1,9 +1,11 @@
 // corvanta-devsim: simulated sensor devices on 127.0.0.1 for the demo, the
 // tests and the benchmarks.
+#include "tools/devsim/DemoHistory.h"
 #include "tools/devsim/DeviceSimulator.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDateTime>
 
 #include <cstdio>
 
@@ -31,7 +33,14 @@ int main(int argc, char **argv)
     const QCommandLineOption host("host", "Address to listen on (default 127.0.0.1).", "address", "127.0.0.1");
     const QCommandLineOption controlPort("control-port", "Serve the control API on this port (0: a free one).",
                                          "port");
-    parser.addOptions({demo, config, generate, probes, model, basePort, host, controlPort});
+    const QCommandLineOption wallClock("wall-clock", "Scenarios run on seconds since 1970, so that daily ones follow the local "
+                                          "clock (always so with --demo).");
+    const QCommandLineOption history("write-history",
+                                     "Write the data files of the hours before now for the devices of <folder> "
+                                     "that these devices serve (matched by port), then exit.",
+                                     "folder");
+    const QCommandLineOption hours("hours", "Hours of history for --write-history (default 24).", "n", "24");
+    parser.addOptions({demo, config, generate, probes, model, basePort, host, controlPort, wallClock, history, hours});
     parser.process(app);
 
     QList<SimDevice> devices;
@@ -56,7 +65,20 @@ int main(int argc, char **argv)
         return 2;
     }
 
+    if (parser.isSet(history)) {
+        const int written = writeDemoHistory(parser.value(history), devices, QDateTime::currentSecsSinceEpoch(),
+                                             parser.value(hours).toInt(), error);
+        if (written < 0) {
+            std::fprintf(stderr, "corvanta-devsim: %s\n", qPrintable(error));
+            return 1;
+        }
+        std::printf("history written for %d devices\n", written);
+        return 0;
+    }
+
     DeviceSimulator simulator{QHostAddress(parser.value(host))};
+    if (parser.isSet(demo) || parser.isSet(wallClock))
+        simulator.setTimeOffset(double(QDateTime::currentMSecsSinceEpoch()) / 1000.0);
     for (const SimDevice &d : devices) {
         const int index = simulator.addDevice(d);
         if (index < 0) {
