@@ -3,7 +3,11 @@
 #include "alerts/SoundPlayer.h"
 #include "tests/ui/ScriptedPrompter.h"
 #include "tests/ui/WindowFixture.h"
+#include "monitor/HistoryLoader.h"
+#include "tools/devsim/DemoHistory.h"
 #include "tools/devsim/SimDevice.h"
+#include "ui/chart/ChartPage.h"
+#include "ui/chart/ChartPlot.h"
 #include "ui/list/DeviceListPage.h"
 #include "ui/list/ProbeCells.h"
 #include "ui/list/ProbeListView.h"
@@ -83,4 +87,36 @@ TEST(MainWindow, ClosingAsksThenSavesAndLogsTheShutdown)
     const QByteArray file = readFile(f.engine->store().folder().deviceFile("Server Room"));
     const QByteArray reading = f.sim.device(0).valueText(f.sim.device(0).probes[0], kDoorOpenMoment);
     EXPECT_TRUE(file.contains("HighestTemp=" + reading + "0\r\n")) << reading.constData() << file.constData();
+}
+
+TEST(MainWindow, TheDemoChartsShowADayAtOnce)
+{
+    WindowFixture f;
+    QList<devsim::SimDevice> devices;
+    QString error;
+    ASSERT_TRUE(devsim::loadSimConfig(QStringLiteral(CZ_SOURCE_DIR "/tools/devsim/demo.json"), devices, error));
+    ASSERT_EQ(devsim::writeDemoHistory(f.dir.path(), devices, f.clock.now(), 24, error), 4) << qPrintable(error);
+    MainWindow &sheet = *f.sheet;
+    sheet.placeCentred();
+    sheet.show();
+    HistoryLoader history(f.store());
+    bool done = false;
+    QObject::connect(&history, &HistoryLoader::deviceLoaded, &sheet, [&sheet](int slot) {
+        if (ChartPage *page = sheet.devicePage(slot))
+            page->appendSample();
+    });
+    QObject::connect(&history, &HistoryLoader::finished, [&] { done = true; });
+    history.start(double(f.clock.now()));
+    ASSERT_TRUE(waitUntil([&] { return done; }));
+
+    pageTabs(sheet).setCurrentIndex(1);
+    ChartPage &page = *sheet.devicePage(0);
+    QComboBox &span = list(page, "Chart Time Span:");
+    choose(span, span.findText("24 hours"));
+    QCoreApplication::processEvents();
+    int drawn = 0;
+    for (const QCPGraphData &point : *page.findChild<ChartPlot *>()->seriesGraph(0)->data())
+        drawn += std::isnan(point.value) ? 0 : 1;
+    EXPECT_GT(drawn, 500) << "a whole day of the rack intake";
+    f.picture(sheet, "demo-24-hours.png");
 }

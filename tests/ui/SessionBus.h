@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QObject>
 #include <QProcess>
 #include <QStringList>
@@ -66,6 +67,43 @@ private:
     QDBusConnection bus_;
     bool registered_ = false;
     uint nextId_ = 1;
+};
+
+// A tray host as desktops offer it: the StatusNotifierWatcher that tray
+// icons register with, whose items are then read over the bus.
+class TrayHost final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ hostRegistered)
+    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
+    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
+public:
+    explicit TrayHost(QDBusConnection bus);
+    bool registered() const { return registered_; }
+    bool hostRegistered() const { return true; }
+    int protocolVersion() const { return 0; }
+    QStringList items() const { return items_; }
+    // What an item shows: its tooltip's title and text, and its menu's
+    // entries (label and id) as the host reads them.
+    struct Item {
+        QString toolTipTitle, toolTipText, status;
+        QList<std::pair<QString, int>> menu;
+    };
+    Item read(const QString &item) const;
+    // The operator picks menu entry `id` of the item.
+    void pick(const QString &item, int id) const;
+
+public slots:
+    void RegisterStatusNotifierItem(const QString &service);
+    void RegisterStatusNotifierHost(const QString &) {}
+
+signals:
+    void StatusNotifierItemRegistered(const QString &service);
+
+private:
+    QDBusConnection bus_;
+    bool registered_ = false;
+    QStringList items_;  // "bus name/object path"
 };
 
 } // namespace cz::test
