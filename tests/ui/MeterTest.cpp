@@ -248,6 +248,9 @@ TEST(ProgramConfiguration, CrossedMarginsColoursAndStartMinimisedReachTheSetting
         choose(list(dialog, "From"), 5);
         choose(list(dialog, "degrees below Low Alarm threshold to"), 10);
         button(dialog, "Start Corvanta Zephtra in a minimized window at program launch.").click();
+        button(dialog, "Show a desktop notification for every alarm, caution and clear, and for devices that stop "
+                       "answering.")
+            .click();
         dialog.accept();
     });
     button(deviceListPage(*f.sheet), "Configure Corvanta").click();
@@ -267,6 +270,8 @@ TEST(ProgramConfiguration, CrossedMarginsColoursAndStartMinimisedReachTheSetting
     EXPECT_TRUE(text.contains("TemperatureHighMargin=5\r\n"));
     EXPECT_TRUE(text.contains("TemperatureLowMargin=10\r\n"));
     EXPECT_TRUE(text.contains("HighAlarmColor=15736848\r\n"));
+    EXPECT_TRUE(text.contains("DesktopNotifications=0\r\n"));
+    EXPECT_FALSE(text.contains("ShowTrayIcon")) << "left on, it is not written";
     EXPECT_EQ(s.StartMinimized, 1);
 }
 
@@ -283,6 +288,7 @@ TEST(ProgramConfiguration, CancelKeepsColoursAndMarginsButNotStartMinimised)
         QTest::keyClick(&swatchAt(dialog, 7), Qt::Key_Space);
         choose(list(dialog, "From"), 3);
         button(dialog, "Start Corvanta Zephtra in a minimized window at program launch.").click();
+        button(dialog, "Show Corvanta Zephtra's state in the system tray.").click();
         dialog.reject();
     });
     button(deviceListPage(*f.sheet), "Configure Corvanta").click();
@@ -290,6 +296,7 @@ TEST(ProgramConfiguration, CancelKeepsColoursAndMarginsButNotStartMinimised)
     EXPECT_EQ(s.PlotAreaColor, before.PlotAreaColor);
     EXPECT_EQ(s.TemperatureHighMargin, before.TemperatureHighMargin);
     EXPECT_EQ(s.StartMinimized, before.StartMinimized ? 0 : 1);
+    EXPECT_EQ(s.ShowTrayIcon, 1);
 }
 
 } // namespace cz::test

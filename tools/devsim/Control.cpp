@@ -4,7 +4,7 @@
 //   /devices                              every device as JSON
 //   /fault?port=P&kind=K[&ms=N]           K: none refuse hang slow truncate long http500 garbage reset bare
 //   /drop?port=P&count=N                  close the next N requests unanswered
-//   /probe?port=P&probe=N[&kind=..&value=..&rate=..&amplitude=..&period=..&at=..&after=..&name=..&type=..]
+//   /probe?port=P&probe=N[&kind=..&value=..&rate=..&amplitude=..&period=..&at=..&after=..&peak=..&ripple=..&duration=..&name=..&type=..]
 //   /device?port=P[&units=C&name=..&model=..]
 //   /time?offset=S | /time?freeze=S       scenario time
 //   /requests?port=P[&clear=1]            request lines the device received
@@ -56,7 +56,7 @@ QByteArray DeviceSimulator::control(const SimRequest &request, bool &ok)
             return "unknown probe: give probe=1..count\n";
         SimProbe &p = d.probes[probe];
         QJsonObject json = p.scenario.toJson();
-        for (const char *key : {"value", "rate", "amplitude", "period", "at", "after"}) {
+        for (const char *key : {"value", "rate", "amplitude", "period", "at", "after", "peak", "ripple", "duration"}) {
             if (query.hasQueryItem(key))
                 json[key] = arg(key).toDouble();
         }
