@@ -16,17 +16,6 @@ namespace cz::test {
 
 namespace {
 
-void copyFolder(const QString &from, const QString &to)
-{
-    QDir().mkpath(to);
-    for (const QFileInfo &entry : QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot)) {
-        if (entry.isDir())
-            copyFolder(entry.filePath(), to + '/' + entry.fileName());
-        else
-            QFile::copy(entry.filePath(), to + '/' + entry.fileName());
-    }
-}
-
 struct Span {
     int samples = 0;
     double low = 1e9, high = -1e9;

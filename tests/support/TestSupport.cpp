@@ -1,5 +1,6 @@
 #include "tests/support/TestSupport.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -15,6 +16,17 @@ QByteArray readFile(const QByteArray &path)
     if (!f.open(QIODevice::ReadOnly))
         return {};
     return f.readAll();
+}
+
+void copyFolder(const QString &from, const QString &to)
+{
+    QDir().mkpath(to);
+    for (const QFileInfo &entry : QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (entry.isDir())
+            copyFolder(entry.filePath(), to + '/' + entry.fileName());
+        else
+            QFile::copy(entry.filePath(), to + '/' + entry.fileName());
+    }
 }
 
 void writeFile(const QByteArray &path, const QByteArray &bytes)

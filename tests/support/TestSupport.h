@@ -19,6 +19,8 @@ namespace cz::test {
 
 QByteArray readFile(const QByteArray &path);
 void writeFile(const QByteArray &path, const QByteArray &bytes);
+// Copies folder `from` with everything in it to `to`.
+void copyFolder(const QString &from, const QString &to);
 bool exists(const QByteArray &path);
 
 // Event-log lines the store asked for, in order.

@@ -46,17 +46,6 @@ WindowFixture::WindowFixture(Start start)
     QObject::connect(sheet.get(), &MainWindow::shutDownRequested, engine.get(), [this] { engine->shutDown(); });
 }
 
-void WindowFixture::copyFolder(const QString &from, const QString &to)
-{
-    QDir().mkpath(to);
-    for (const QFileInfo &entry : QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot)) {
-        if (entry.isDir())
-            copyFolder(entry.filePath(), to + '/' + entry.fileName());
-        else
-            QFile::copy(entry.filePath(), to + '/' + entry.fileName());
-    }
-}
-
 void WindowFixture::tick()
 {
     engine->queryCycle().tick();

@@ -52,7 +52,6 @@ private:
 struct WindowFixture {
     enum class Start { Demo, EmptyFolder };
     explicit WindowFixture(Start start = Start::Demo);
-    static void copyFolder(const QString &from, const QString &to);
     // One round of queries, waited for.
     void tick();
     // Writes a picture of `widget` into build/screenshots.

@@ -1,10 +1,10 @@
 #include "ui/desktop/TrayIcon.h"
 
 #include "store/DeviceStore.h"
+#include "ui/meter/AlarmStatePictures.h"
 #include "ui/widgets/ColorSwatch.h"
 
 #include <QPainter>
-#include <QPainterPath>
 
 namespace cz {
 
@@ -52,15 +52,7 @@ QPixmap trayPicture(const SiteSummary &summary, const ProgramSettings &settings,
     p.setFont(font);
     p.setPen(ink);
     switch (summary.worst) {
-    case Worst::Normal: {
-        p.setPen(QPen(ink, s / 9.0, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        QPainterPath tick;
-        tick.moveTo(s * 0.28, s * 0.52);
-        tick.lineTo(s * 0.44, s * 0.68);
-        tick.lineTo(s * 0.73, s * 0.34);
-        p.drawPath(tick);
-        break;
-    }
+    case Worst::Normal: paintTick(p, s, ink); break;
     case Worst::Caution:
     case Worst::Alarm: p.drawText(QRectF(0, 0, s, s), Qt::AlignCenter, QStringLiteral("!")); break;
     case Worst::NotAnswering: p.drawText(QRectF(0, 0, s, s), Qt::AlignCenter, QStringLiteral("?")); break;

@@ -20,6 +20,17 @@ void exclamation(QPainter &p, const QColor &color, double s, double top, double 
 
 } // namespace
 
+void paintTick(QPainter &p, double s, const QColor &color)
+{
+    p.setPen(QPen(color, s / 8.0, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    p.setBrush(Qt::NoBrush);
+    QPainterPath mark;
+    mark.moveTo(s * 0.28, s * 0.52);
+    mark.lineTo(s * 0.44, s * 0.68);
+    mark.lineTo(s * 0.73, s * 0.34);
+    p.drawPath(mark);
+}
+
 QPixmap statePicture(StatePicture which, int size, qreal pixelRatio)
 {
     QPixmap picture(int(size * pixelRatio), int(size * pixelRatio));
@@ -60,14 +71,7 @@ QPixmap statePicture(StatePicture which, int size, qreal pixelRatio)
         p.setPen(outline);
         p.setBrush(QColor(0x20, 0xA0, 0x30));
         p.drawEllipse(box);
-        QPen tick(Qt::white, s / 8.0, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
-        p.setPen(tick);
-        p.setBrush(Qt::NoBrush);
-        QPainterPath mark;
-        mark.moveTo(s * 0.28, s * 0.52);
-        mark.lineTo(s * 0.44, s * 0.68);
-        mark.lineTo(s * 0.73, s * 0.34);
-        p.drawPath(mark);
+        paintTick(p, s, Qt::white);
         break;
     }
     }

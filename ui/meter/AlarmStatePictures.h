@@ -4,9 +4,15 @@
 
 #include <QPixmap>
 
+class QColor;
+class QPainter;
+
 namespace cz {
 
 enum class StatePicture { Alarm, Caution, Normal };
+
+// The tick of the normal picture, across a picture of `size` pixels.
+void paintTick(QPainter &p, double size, const QColor &color);
 
 // The picture of `size` logical pixels for a screen of `pixelRatio`.
 QPixmap statePicture(StatePicture which, int size, qreal pixelRatio);
