@@ -25,6 +25,8 @@ else
   # so that the charts show a history at once.
   if [ ! -e "$data" ]; then
     cp -r demo "$data"
+    # Device files can hold passwords: the owner's alone, as the program keeps them.
+    chmod 600 "$data"/Devices/*.ini
     build/bin/corvanta-devsim --demo --write-history "$data" --hours 24
   fi
 fi
