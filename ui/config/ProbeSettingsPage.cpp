@@ -5,6 +5,7 @@
 #include "store/DeviceFile.h"
 #include "store/DeviceStore.h"
 #include "ui/config/AlertOptionsDialog.h"
+#include "ui/config/ClearMarginEntry.h"
 #include "ui/config/ProbeEmailSettings.h"
 #include "ui/config/ThresholdEntry.h"
 #include "ui/Prompter.h"
@@ -14,7 +15,6 @@
 
 #include <QButtonGroup>
 #include <QComboBox>
-#include <QDoubleSpinBox>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -22,7 +22,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 namespace cz {
@@ -184,9 +183,7 @@ QWidget *ProbeSettingsPage::buildThresholds(QList<QWidget *> &order)
     }
     // How far back inside a threshold a reading must come before the probe
     // leaves alarm or caution; 0 leaves it at the threshold.
-    clearMargin_ = new QDoubleSpinBox(box);
-    clearMargin_->setObjectName(QStringLiteral("clearMargin"));
-    clearMargin_->setRange(0, 100);
+    clearMargin_ = new ClearMarginEntry(box);
     marginUnit_ = new QLabel(box);
     QLabel *marginLabel = buddyLabel(QStringLiteral("Clear margin:"), clearMargin_, box);
     grid->addWidget(marginLabel, 4, 0);
@@ -194,7 +191,7 @@ QWidget *ProbeSettingsPage::buildThresholds(QList<QWidget *> &order)
     grid->addWidget(marginUnit_, 4, 2);
     thresholdRows_ << marginLabel << clearMargin_ << marginUnit_;
     order << clearMargin_;
-    connect(clearMargin_, &QDoubleSpinBox::valueChanged, this, [this](double v) {
+    connect(clearMargin_, &ClearMarginEntry::marginEdited, this, [this](double v) {
         editedProbe().ClearMargin = v;
         modified_ = true;
     });
@@ -365,18 +362,7 @@ void ProbeSettingsPage::fillThresholdArea()
         thresholds_[std::size_t(row)]->setScale(p.ProbeType, p.DisplayUnits);
         thresholds_[std::size_t(row)]->showValue(thresholdOf(p, row));
     }
-    showClearMargin();
-}
-
-// Hundredths of a degree, as the file keeps it; whole points for humidity
-// and wetness, whose readings are whole.
-void ProbeSettingsPage::showClearMargin()
-{
-    const ProbeRecord &p = probe();
-    const QSignalBlocker blocker(clearMargin_);
-    clearMargin_->setDecimals(p.ProbeType == ProbeType::Temperature ? 2 : 0);
-    clearMargin_->setSingleStep(p.ProbeType == ProbeType::Temperature ? 0.5 : 1);
-    clearMargin_->setValue(p.ClearMargin > 0 ? p.ClearMargin : 0);
+    clearMargin_->showMargin(p.ProbeType, p.ClearMargin);
 }
 
 // Beside each threshold, and read out with it.
@@ -460,7 +446,7 @@ void ProbeSettingsPage::chooseUnits(int units)
     p.ClearMargin = convertTemperatureDifference(p.ClearMargin, p.DisplayUnits, static_cast<DisplayUnits>(units));
     p.DisplayUnits = static_cast<DisplayUnits>(units);
     showUnits(QString::fromLatin1(kUnitLabels[units]));
-    showClearMargin();
+    clearMargin_->showMargin(p.ProbeType, p.ClearMargin);
     // The lists start over at the unit's zero entry; the thresholds are
     // taken from them when the sheet is closed with OK.
     for (ThresholdEntry *entry : thresholds_) {

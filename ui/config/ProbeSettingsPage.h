@@ -11,7 +11,6 @@
 #include <array>
 
 class QComboBox;
-class QDoubleSpinBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -19,6 +18,7 @@ class QRadioButton;
 
 namespace cz {
 
+class ClearMarginEntry;
 class ProbeEmailSettings;
 class ThresholdEntry;
 struct WindowContext;
@@ -53,7 +53,6 @@ private:
 
     void edited(std::uint64_t bit);
     void fillThresholdArea();
-    void showClearMargin();
     void showUnits(const QString &unit);
     void thresholdEdited(int row, double value);
     void chooseType(int type);
@@ -77,7 +76,7 @@ private:
     std::array<QRadioButton *, 4> typeButtons_{}, unitButtons_{};
     std::array<ThresholdEntry *, 4> thresholds_{};
     std::array<QLabel *, 4> unitLabels_{};
-    QDoubleSpinBox *clearMargin_ = nullptr;
+    ClearMarginEntry *clearMargin_ = nullptr;
     QLabel *marginUnit_ = nullptr;
     QList<QWidget *> switchRow_, thresholdRows_;
     ProbeEmailSettings *email_ = nullptr;
