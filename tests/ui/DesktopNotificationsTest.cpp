@@ -88,7 +88,7 @@ TEST(DesktopNotifications, EachAlertIsOneNotificationAndAClickAsksForItsProbe)
     EXPECT_EQ(c[2].summary, "High Caution: P4 on Cold Store");
     EXPECT_EQ(c[2].body, "Reading 75.0 % RH, threshold 70 % RH");
     EXPECT_EQ(c[3].summary, "Clear: P1 on Server Room");
-    EXPECT_EQ(c[3].body, "Reading 71.2 °F, back within its thresholds");
+    EXPECT_EQ(c[3].body, "Reading 71.2 °F, back to normal");
     EXPECT_EQ(c[3].urgency, 1);
     QTest::qWait(100);
     EXPECT_EQ(f.service.calls.size(), 4) << "one notification for each alert";

@@ -186,5 +186,6 @@ TEST(TrayIcon, AClickedNotificationOpensItsProbesStatusWindow)
     service.click(alarm.id);
     ASSERT_TRUE(QTest::qWaitFor([&] { return windows.openCount() == 1; }, 10000));
     EXPECT_EQ(windows.window(0)->windowTitle(), "Rack A Intake");
+    EXPECT_TRUE(windows.window(0)->isVisible()) << "also while the main window is hidden";
     windows.closeAll();
 }

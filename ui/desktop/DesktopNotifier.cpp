@@ -88,7 +88,7 @@ void DesktopNotifier::probeAlert(int slot, int probeIndex, AlarmEvaluation::Aler
     const QString summary = QStringLiteral("%1: %2 on %3").arg(state, p->ProbeName.str(), d->DeviceName.str());
     QString body = QStringLiteral("Reading %1%2").arg(p->CurrentValueText.str(), unitText(*p));
     if (kind == Kind::Clear)
-        body += QStringLiteral(", back within its thresholds");
+        body += QStringLiteral(", back to normal");
     else if (const std::optional<double> t = thresholdOf(*p))
         body += QStringLiteral(", threshold %1%2").arg(QString::number(*t, 'g', 6), unitText(*p));
     const Event event = kind == Kind::Alarm ? Event::Alarm : kind == Kind::Caution ? Event::Caution : Event::Clear;
