@@ -21,12 +21,24 @@ int stateRank(AlarmState s)
     }
 }
 
-QString counted(int n, const char *one, const char *many)
+} // namespace
+
+QString countedText(int n, const char *one, const char *many)
 {
     return QStringLiteral("%1 %2").arg(n).arg(QLatin1String(n == 1 ? one : many));
 }
 
-} // namespace
+QString probeCountsText(std::initializer_list<std::pair<int, const char *>> counts)
+{
+    QStringList parts;
+    for (const auto &[n, what] : counts) {
+        if (!n)
+            continue;
+        parts << (parts.isEmpty() ? QStringLiteral("%1 %2 %3").arg(n).arg(n == 1 ? "probe" : "probes", what)
+                                  : QStringLiteral("%1 %2").arg(n).arg(QLatin1String(what)));
+    }
+    return parts.join(QStringLiteral(", "));
+}
 
 bool deviceNotAnswering(const DeviceRecord &device)
 {
@@ -35,19 +47,13 @@ bool deviceNotAnswering(const DeviceRecord &device)
 
 QString SiteSummary::text() const
 {
-    QStringList probes;
-    if (alarmProbes)
-        probes << counted(alarmProbes, "probe in alarm", "probes in alarm");
-    if (cautionProbes)
-        probes << (probes.isEmpty() ? counted(cautionProbes, "probe in caution", "probes in caution")
-                                    : QStringLiteral("%1 in caution").arg(cautionProbes));
-    QString text = probes.join(QStringLiteral(", "));
-    if (silentDevices) {
-        if (!text.isEmpty())
-            text += QStringLiteral("; ");
-        text += counted(silentDevices, "device not answering", "devices not answering");
-    }
-    return text.isEmpty() ? QStringLiteral("All probes normal") : text;
+    QStringList parts;
+    if (const QString probes = probeCountsText({{alarmProbes, "in alarm"}, {cautionProbes, "in caution"}});
+        !probes.isEmpty())
+        parts << probes;
+    if (silentDevices)
+        parts << countedText(silentDevices, "device not answering", "devices not answering");
+    return parts.isEmpty() ? QStringLiteral("All probes normal") : parts.join(QStringLiteral("; "));
 }
 
 SiteSummary summarizeSite(const DeviceStore &store)

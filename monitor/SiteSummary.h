@@ -6,6 +6,9 @@
 
 #include <QString>
 
+#include <initializer_list>
+#include <utility>
+
 namespace cz {
 
 class DeviceStore;
@@ -32,5 +35,11 @@ struct SiteSummary {
 };
 
 SiteSummary summarizeSite(const DeviceStore &store);
+
+// "1 device", "3 devices": `n` with the noun that fits it.
+QString countedText(int n, const char *one, const char *many);
+// The counts that are not 0, the first naming the probes: "12 probes in
+// alarm, 3 in caution"; empty when all are 0.
+QString probeCountsText(std::initializer_list<std::pair<int, const char *>> counts);
 
 } // namespace cz

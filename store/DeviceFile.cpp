@@ -277,9 +277,12 @@ void putKeys(const KeyDef<Rec> (&keys)[N], IniFile &ini, const QByteArray &secti
         if (!(k.bits & mask))
             continue;
         const std::optional<QByteArray> v = k.write(r);
-        if (!v || (k.absentAs && *v == k.absentAs && !ini.value(section, k.name)))
+        if (!v)
             continue;
-        ini.setValue(section, k.name, *v);
+        if (!k.absentAs)
+            ini.setValue(section, k.name, *v);
+        else if (!ini.setOptionalValue(section, k.name, *v, k.absentAs))
+            continue;
         written.push_back({probeIndex, k.name, *v});
     }
 }

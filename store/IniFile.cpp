@@ -263,6 +263,15 @@ int IniFile::insertionPoint(const Section &section, bool beforeNextHeader)
     return end;
 }
 
+bool IniFile::setOptionalValue(const QByteArray &section, const QByteArray &key, const QByteArray &value,
+                               const QByteArray &absentAs)
+{
+    if (value == absentAs && !this->value(section, key))
+        return false;
+    setValue(section, key, value);
+    return true;
+}
+
 void IniFile::setValue(const QByteArray &section, const QByteArray &key, const QByteArray &value)
 {
     Section &s = findOrAppend(withoutControlCharacters(section));

@@ -44,6 +44,11 @@ public:
     std::int32_t readInt(const QByteArray &section, const QByteArray &key, std::int32_t fallback) const;
 
     void setValue(const QByteArray &section, const QByteArray &key, const QByteArray &value);
+    // Sets the key, except that a key the file lacks stays out while its
+    // value is `absentAs` (a setting at a default the file need not hold,
+    // which the other edition does not know). True when it was set.
+    bool setOptionalValue(const QByteArray &section, const QByteArray &key, const QByteArray &value,
+                          const QByteArray &absentAs);
     // Replaces every line of the section by `entries` (creating the section
     // when absent).
     void replaceSection(const QByteArray &section, const std::vector<std::pair<QByteArray, QByteArray>> &entries);

@@ -2,6 +2,7 @@
 
 #include "store/CFormat.h"
 #include "store/IniFile.h"
+#include "store/Records.h"
 
 #include <cstdio>
 
@@ -87,6 +88,17 @@ ProgramSettings::ProgramSettings()
     }
 }
 
+std::int32_t ProgramSettings::stateColor(AlarmState state) const
+{
+    switch (state) {
+    case AlarmState::HighAlarm: return HighAlarmColor;
+    case AlarmState::HighCaution: return HighCautionColor;
+    case AlarmState::LowCaution: return LowCautionColor;
+    case AlarmState::LowAlarm: return LowAlarmColor;
+    default: return NormalColor;
+    }
+}
+
 void ProgramSettings::read(const IniFile &ini)
 {
     const ProgramSettings defaults;
@@ -127,8 +139,7 @@ void ProgramSettings::write(IniFile &ini) const
     if (!MetricsAddress.empty())
         ini.setValue(kSection, "MetricsAddress", MetricsAddress.bytes());
     for (const DesktopKey &k : kDesktopKeys)
-        if (this->*k.field != 1 || ini.value(kSection, k.name))
-            ini.setValue(kSection, k.name, QByteArray::number(this->*k.field));
+        ini.setOptionalValue(kSection, k.name, QByteArray::number(this->*k.field), "1");
 }
 
 } // namespace cz

@@ -12,6 +12,7 @@
 namespace cz {
 
 class IniFile;
+enum class AlarmState : std::int32_t;
 
 inline constexpr int kListColumns = 41;
 
@@ -58,6 +59,9 @@ struct ProgramSettings {
     std::int32_t DesktopNotifications = 1;
 
     ProgramSettings();
+    // The colour (0x00BBGGRR) of a probe in `state`, in the list, the
+    // meters and the tray.
+    std::int32_t stateColor(AlarmState state) const;
     // Reads every "Program" key, absent ones at their defaults.
     void read(const IniFile &ini);
     // Writes every "Program" key.

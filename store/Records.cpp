@@ -1,5 +1,7 @@
 #include "store/Records.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 namespace cz {
@@ -27,6 +29,19 @@ char unitLetter(DisplayUnits units)
 {
     const int i = int(units);
     return i >= 0 && i < 4 ? "FCKR"[i] : '?';
+}
+
+double probeThreshold(const ProbeRecord &p, AlarmState band)
+{
+    const std::size_t row = std::size_t(std::clamp(int(band) - 1, 0, 3));
+    switch (p.ProbeType) {
+    case ProbeType::Temperature:
+        return std::array{p.HighAlarmTemp, p.HighCautionTemp, p.LowCautionTemp, p.LowAlarmTemp}[row];
+    case ProbeType::Wetness:
+        return std::array{p.HighAlarmWetness, p.HighCautionWetness, p.LowCautionWetness, p.LowAlarmWetness}[row];
+    default:
+        return std::array{p.HighAlarmHumidity, p.HighCautionHumidity, p.LowCautionHumidity, p.LowAlarmHumidity}[row];
+    }
 }
 
 double convertTemperatureDifference(double difference, DisplayUnits from, DisplayUnits to)

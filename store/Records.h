@@ -31,6 +31,10 @@ inline constexpr std::int32_t kSwitchClosed = 8;
 const char *probeTypeText(ProbeType type);          // "Temperature", ... ; "" when out of range
 char unitLetter(DisplayUnits units);                // 'F', 'C', 'K', 'R'; '?' when out of range
 const char *unitName(DisplayUnits units);           // "Fahrenheit", ...; "" when out of range
+// The threshold of `band` (HighAlarm .. LowAlarm) of a temperature, humidity
+// or wetness probe, in the probe's units.
+struct ProbeRecord;
+double probeThreshold(const ProbeRecord &probe, AlarmState band);
 // A temperature difference (a margin) in `from` degrees as `to` degrees:
 // Celsius and Kelvin degrees are 1.8 Fahrenheit or Rankine ones.
 double convertTemperatureDifference(double difference, DisplayUnits from, DisplayUnits to);

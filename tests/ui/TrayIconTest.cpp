@@ -143,7 +143,7 @@ TEST(TrayIcon, ItsMenuShowsTheWindowAndItsExitAsksTheCloseQuestion)
     EXPECT_TRUE(window.isVisible()) << "answered No: monitoring goes on";
 
     menu.popup(QPoint(0, 0));
-    QTest::qWaitFor([&] { return menu.isVisible(); }, 2000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return menu.isVisible(); }, 2000));
     f.picture(menu, QStringLiteral("tray-menu.png"));
     menu.hide();
 }

@@ -58,11 +58,6 @@ std::int32_t ProbeRecord::*percentField(const ProbeRecord &p, int row)
     return p.ProbeType == ProbeType::Wetness ? kWetness[row] : kHumidity[row];
 }
 
-double thresholdOf(const ProbeRecord &p, int row)
-{
-    return p.ProbeType == ProbeType::Temperature ? p.*kTemperature[row] : double(p.*percentField(p, row));
-}
-
 } // namespace
 
 ProbeSettingsPage::ProbeSettingsPage(WindowContext &context, DeviceRecord &device, int probeIndex, QWidget *parent)
@@ -177,7 +172,7 @@ QWidget *ProbeSettingsPage::buildThresholds(QList<QWidget *> &order)
         order << entry;
         connect(entry, &ThresholdEntry::valueEdited, this, [this, row](double v) { thresholdEdited(row, v); });
         connect(entry, &ThresholdEntry::editingDone, this, [this, row, entry] {
-            entry->showValue(thresholdOf(probe(), row));
+            entry->showValue(probeThreshold(probe(), AlarmState(row + 1)));
             entry->lineEdit()->selectAll();
         });
     }
@@ -360,7 +355,7 @@ void ProbeSettingsPage::fillThresholdArea()
         return;
     for (int row = 0; row < 4; ++row) {
         thresholds_[std::size_t(row)]->setScale(p.ProbeType, p.DisplayUnits);
-        thresholds_[std::size_t(row)]->showValue(thresholdOf(p, row));
+        thresholds_[std::size_t(row)]->showValue(probeThreshold(p, AlarmState(row + 1)));
     }
     clearMargin_->showMargin(p.ProbeType, p.ClearMargin);
 }

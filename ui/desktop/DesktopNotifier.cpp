@@ -1,5 +1,6 @@
 #include "ui/desktop/DesktopNotifier.h"
 
+#include "monitor/SiteSummary.h"
 #include "store/CFormat.h"
 #include "store/Clock.h"
 #include "store/DeviceStore.h"
@@ -9,8 +10,6 @@
 #include <QDBusPendingReply>
 #include <QStringList>
 
-#include <array>
-#include <optional>
 
 namespace cz {
 
@@ -29,29 +28,6 @@ QString unitText(const ProbeRecord &p)
     case ProbeType::Wetness: return QStringLiteral(" %");
     default: return {};
     }
-}
-
-std::optional<double> thresholdOf(const ProbeRecord &p)
-{
-    const int band = int(p.AlarmState) - 1;  // HighAlarm .. LowAlarm
-    if (band < 0 || band > 3)
-        return std::nullopt;
-    switch (p.ProbeType) {
-    case ProbeType::Temperature:
-        return std::array{p.HighAlarmTemp, p.HighCautionTemp, p.LowCautionTemp, p.LowAlarmTemp}[std::size_t(band)];
-    case ProbeType::Humidity:
-        return std::array{p.HighAlarmHumidity, p.HighCautionHumidity, p.LowCautionHumidity,
-                          p.LowAlarmHumidity}[std::size_t(band)];
-    case ProbeType::Wetness:
-        return std::array{p.HighAlarmWetness, p.HighCautionWetness, p.LowCautionWetness,
-                          p.LowAlarmWetness}[std::size_t(band)];
-    default: return std::nullopt;
-    }
-}
-
-QString counted(int n, const char *one, const char *many)
-{
-    return QStringLiteral("%1 %2").arg(n).arg(QLatin1String(n == 1 ? one : many));
 }
 
 } // namespace
@@ -89,8 +65,9 @@ void DesktopNotifier::probeAlert(int slot, int probeIndex, AlarmEvaluation::Aler
     QString body = QStringLiteral("Reading %1%2").arg(p->CurrentValueText.str(), unitText(*p));
     if (kind == Kind::Clear)
         body += QStringLiteral(", back to normal");
-    else if (const std::optional<double> t = thresholdOf(*p))
-        body += QStringLiteral(", threshold %1%2").arg(QString::number(*t, 'g', 6), unitText(*p));
+    else if (p->ProbeType != ProbeType::Switch && p->AlarmState != AlarmState::Normal)
+        body += QStringLiteral(", threshold %1%2")
+                    .arg(QString::number(probeThreshold(*p, p->AlarmState), 'g', 6), unitText(*p));
     const Event event = kind == Kind::Alarm ? Event::Alarm : kind == Kind::Caution ? Event::Caution : Event::Clear;
     deliver(event, {d->id, probeIndex}, summary, body, kind == Kind::Alarm);
 }
@@ -177,24 +154,16 @@ void DesktopNotifier::addToStorm(Event event, const Target &target, bool critica
 
 QString DesktopNotifier::summaryText() const
 {
-    QStringList probes;
-    auto add = [&probes](int n, const char *what) {
-        if (!n)
-            return;
-        probes << (probes.isEmpty() ? QStringLiteral("%1 %2 %3").arg(n).arg(n == 1 ? "probe" : "probes", what)
-                                    : QStringLiteral("%1 %2").arg(n).arg(QLatin1String(what)));
-    };
-    add(int(storm_.alarm.size()), "in alarm");
-    add(int(storm_.caution.size()), "in caution");
-    add(int(storm_.clear.size()), "cleared");
     QStringList parts;
+    const QString probes = probeCountsText({{int(storm_.alarm.size()), "in alarm"},
+                                            {int(storm_.caution.size()), "in caution"},
+                                            {int(storm_.clear.size()), "cleared"}});
     if (!probes.isEmpty())
-        parts << probes.join(QStringLiteral(", ")) + QStringLiteral(" on ") +
-                     counted(int(storm_.devices.size()), "device", "devices");
+        parts << probes + QStringLiteral(" on ") + countedText(int(storm_.devices.size()), "device", "devices");
     if (!storm_.silent.isEmpty())
-        parts << counted(int(storm_.silent.size()), "device not answering", "devices not answering");
+        parts << countedText(int(storm_.silent.size()), "device not answering", "devices not answering");
     if (!storm_.answering.isEmpty())
-        parts << counted(int(storm_.answering.size()), "device answering again", "devices answering again");
+        parts << countedText(int(storm_.answering.size()), "device answering again", "devices answering again");
     return parts.join(QStringLiteral("; "));
 }
 

@@ -19,8 +19,8 @@ DesktopPresence::DesktopPresence(MainWindow &window, DeviceStore &store, QueryCy
         window.close();
     });
     connect(&window, &MainWindow::programConfigured, &tray_, &TrayIcon::refresh);
+    // Every query ends here, its readings and failure count already taken.
     connect(&cycle, &QueryCycle::queryFinished, &tray_, &TrayIcon::scheduleRefresh);
-    connect(&cycle, &QueryCycle::replyApplied, &tray_, &TrayIcon::scheduleRefresh);
     connect(&store, &DeviceStore::deviceRemoved, &tray_, &TrayIcon::scheduleRefresh);
     connect(&store, &DeviceStore::deviceChanged, &tray_, &TrayIcon::scheduleRefresh);
 

@@ -8,20 +8,6 @@
 
 namespace cz {
 
-namespace {
-
-QColor stateColour(AlarmState state, const ProgramSettings &s)
-{
-    switch (state) {
-    case AlarmState::HighAlarm: return colorFromSetting(s.HighAlarmColor);
-    case AlarmState::HighCaution: return colorFromSetting(s.HighCautionColor);
-    case AlarmState::LowCaution: return colorFromSetting(s.LowCautionColor);
-    case AlarmState::LowAlarm: return colorFromSetting(s.LowAlarmColor);
-    default: return colorFromSetting(s.NormalColor);
-    }
-}
-
-} // namespace
 
 // A disc in the state's colour with a mark that tells the state without
 // the colour: a tick, "!" for caution and alarm (alarm ringed twice), "?"
@@ -35,7 +21,7 @@ QPixmap trayPicture(const SiteSummary &summary, const ProgramSettings &settings,
     const double s = size;
     using Worst = SiteSummary::Worst;
     const QColor fill = summary.worst == Worst::NotAnswering ? QColor(0x80, 0x80, 0x80)
-                                                             : stateColour(summary.shownState, settings);
+                                                             : colorFromSetting(settings.stateColor(summary.shownState));
     const double luminance = 0.299 * fill.redF() + 0.587 * fill.greenF() + 0.114 * fill.blueF();
     const QColor ink = luminance > 0.6 ? Qt::black : Qt::white;
     p.setPen(QPen(Qt::black, s / 16.0));
@@ -98,7 +84,7 @@ void TrayIcon::refresh()
     const qint64 key = qint64(summary_.worst) << 40 | qint64(summary_.shownState) << 32 |
                        quint32(summary_.worst == SiteSummary::Worst::NotAnswering
                                    ? 0
-                                   : stateColour(summary_.shownState, settings).rgb());
+                                   : colorFromSetting(settings.stateColor(summary_.shownState)).rgb());
     if (key != pictureKey_) {
         pictureKey_ = key;
         QIcon icon;

@@ -185,15 +185,7 @@ QColor rowColour(const ProgramSettings &s, const ProbeRecord &p)
 {
     if (!p.ProbeEnabled)
         return {};
-    std::int32_t bgr = s.NormalColor;
-    switch (p.AlarmState) {
-    case AlarmState::HighAlarm: bgr = s.HighAlarmColor; break;
-    case AlarmState::HighCaution: bgr = s.HighCautionColor; break;
-    case AlarmState::LowCaution: bgr = s.LowCautionColor; break;
-    case AlarmState::LowAlarm: bgr = s.LowAlarmColor; break;
-    default: break;
-    }
-    return colorFromSetting(bgr);
+    return colorFromSetting(s.stateColor(p.AlarmState));
 }
 
 } // namespace cz
