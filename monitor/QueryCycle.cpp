@@ -168,17 +168,13 @@ void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
     // The last contact is the time the query began, answered or not.
     device.LastContactTimeVal = store_.clock().now();
     device.markChanged(DeviceBit::LastContactTimeVal);
-    // A proxy stays set on the session for the devices queried after it.
-    if (device.UseProxy)
-        session_.setProxy(ProxySettings{device.ProxyServerAddress.bytes(), device.ProxyServerUserName.bytes(),
-                                        device.ProxyServerPassword.bytes()});
     run.round = round;
     run.queried = true;
     run.startedMs = store_.clock().monotonicMs();
     run.took.start();
     const DeviceRecord *d = &device;
     run.fetchId = session_.fetchPage(
-        readingsUrl(device), session_.proxy(),
+        readingsUrl(device), deviceProxy(device),
         [this, d](int attempt, const QByteArray &error) {
             reportFailedAttempt(store_, d->LogQueryFailures, attempt, error);
             if (auto it = runs_.find(d); it != runs_.end())

@@ -176,10 +176,8 @@ void DeviceAutoConfiguration::fetchDeviceConfiguration(const AutoConfigRequest &
 
 void DeviceAutoConfiguration::fetch(const char *page, std::function<void(const QByteArray &)> then)
 {
-    if (request_.useProxy)
-        session_.setProxy(request_.proxy);
     fetchId_ = session_.fetchPage(
-        pageUrl(request_.address, request_.port, page), session_.proxy(),
+        pageUrl(request_.address, request_.port, page), request_.proxy,
         [this](int attempt, const QByteArray &error) {
             reportFailedAttempt(store_, request_.logQueryFailures, attempt, error);
         },

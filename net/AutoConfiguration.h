@@ -24,8 +24,7 @@ struct AutoConfigRequest {
     QByteArray address;
     int port = 80;
     QByteArray typedName;
-    bool useProxy = false;
-    ProxySettings proxy;
+    ProxySettings proxy; // no address: direct
     bool logQueryFailures = false;
 };
 

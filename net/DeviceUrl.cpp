@@ -15,6 +15,14 @@ QByteArray pageUrl(const QByteArray &address, int port, const char *page)
     return ("http://" + address + ':' + QByteArray::number(port) + page).left(2047);
 }
 
+ProxySettings deviceProxy(const DeviceFields &device)
+{
+    if (!device.UseProxy)
+        return {};
+    return {device.ProxyServerAddress.bytes(), device.ProxyServerPort, device.ProxyServerUserName.bytes(),
+            device.ProxyServerPassword.bytes()};
+}
+
 QByteArray readingsUrl(const DeviceFields &device)
 {
     return pageUrl(device.DeviceAddress.bytes(), device.DevicePort,

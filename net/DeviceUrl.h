@@ -1,5 +1,7 @@
-// Addresses of a device's pages.
+// Addresses of a device's pages, and the proxy they are reached through.
 #pragma once
+
+#include "net/HttpSession.h"
 
 #include <QByteArray>
 
@@ -12,6 +14,8 @@ bool isMultiSensorModel(const QByteArray &model);
 // "http://<address>:<port>/data" for the combined sensor model,
 // "http://<address>:<port>/temp" for every other model.
 QByteArray readingsUrl(const DeviceFields &device);
+// The proxy a device's requests go through: none unless it uses one.
+ProxySettings deviceProxy(const DeviceFields &device);
 // "http://<address>:<port><page>"
 QByteArray pageUrl(const QByteArray &address, int port, const char *page);
 

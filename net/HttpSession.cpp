@@ -214,7 +214,10 @@ private:
             curl_easy_setopt(easy, CURLOPT_PREREQDATA, a.get());
             const QByteArray proxy = curlProxyAddress(a->proxy.address);
             curl_easy_setopt(easy, CURLOPT_PROXY, proxy.constData());
-            if (!proxy.isEmpty()) {
+            // A port written in the address wins over this one.
+            if (!proxy.isEmpty() && a->proxy.port > 0 && a->proxy.port < 65536)
+                curl_easy_setopt(easy, CURLOPT_PROXYPORT, long(a->proxy.port));
+            if (!proxy.isEmpty() && !a->proxy.userName.isEmpty()) {
                 curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, a->proxy.userName.constData());
                 curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, a->proxy.password.constData());
             }

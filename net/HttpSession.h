@@ -13,10 +13,12 @@
 
 namespace cz {
 
-// The proxy the session sends requests through; `address` empty means a
-// direct connection (proxy variables of the environment are ignored).
+// The proxy one request goes through; `address` empty means a direct
+// connection (proxy variables of the environment are ignored). `port` is
+// used when the address names none; a login is sent only with a user name.
 struct ProxySettings {
     QByteArray address;
+    int port = 0;
     QByteArray userName;
     QByteArray password;
     bool operator==(const ProxySettings &) const = default;
@@ -51,12 +53,6 @@ public:
     // device may have its query in flight at once (256).
     void setMaxParallel(int count);
 
-    // The proxy stays set on the session until it is set again, as the
-    // device settings expect: a device without a proxy of its own uses the
-    // one the last proxied device set.
-    void setProxy(const ProxySettings &proxy) { proxy_ = proxy; }
-    const ProxySettings &proxy() const { return proxy_; }
-
     using PageDone = std::function<void(const PageResult &)>;
     // Attempt `attempt` (1..3) failed with `error` (the error-log wording).
     using AttemptFailed = std::function<void(int attempt, const QByteArray &error)>;
@@ -85,7 +81,6 @@ private:
     void attemptFinished(quint64 id, bool opened, const QByteArray &body, const QByteArray &error);
 
     std::unique_ptr<Worker> worker_;
-    ProxySettings proxy_;
     QHash<quint64, Page> pages_;
     quint64 nextId_ = 1;
 };

@@ -70,6 +70,38 @@ std::int32_t parseInt32(const QByteArray &text)
     return std::int32_t(v);
 }
 
+std::int32_t parseProfileInt(const QByteArray &text)
+{
+    qsizetype i = 0;
+    while (i < text.size() && (text[i] == ' ' || text[i] == '\t'))
+        ++i;
+    bool negative = false;
+    if (i < text.size() && (text[i] == '-' || text[i] == '+'))
+        negative = text[i++] == '-';
+    unsigned base = 10;
+    if (i + 1 < text.size() && text[i] == '0') {
+        const char prefix = text[i + 1];
+        base = prefix == 'x' ? 16 : prefix == 'o' ? 8 : prefix == 'b' ? 2 : 10;
+        if (base != 10)
+            i += 2;
+    }
+    std::uint32_t value = 0;
+    for (; i < text.size(); ++i) {
+        const char c = text[i];
+        unsigned digit = 99;
+        if (c >= '0' && c <= '9')
+            digit = unsigned(c - '0');
+        else if (c >= 'a' && c <= 'f')
+            digit = unsigned(c - 'a' + 10);
+        else if (c >= 'A' && c <= 'F')
+            digit = unsigned(c - 'A' + 10);
+        if (digit >= base)
+            break;
+        value = value * base + digit;
+    }
+    return std::int32_t(negative ? 0u - value : value);
+}
+
 QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern)
 {
     const std::time_t t = std::time_t(epochSeconds);

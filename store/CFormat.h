@@ -17,6 +17,10 @@ double parseDouble(const QByteArray &text);
 std::int64_t parseInteger(const QByteArray &text);
 // The same, saturated at the 32-bit range.
 std::int32_t parseInt32(const QByteArray &text);
+// A profile integer: blanks, a sign, then "0x" hexadecimal, "0o" octal,
+// "0b" binary or else decimal digits up to the first that is not one of
+// that base, wrapping as a 32-bit unsigned value ("010" is 10, "0X10" is 0).
+std::int32_t parseProfileInt(const QByteArray &text);
 // The local date and time of `epochSeconds` formatted by strftime `pattern`,
 // with English day and month names and AM/PM.
 QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern);

@@ -224,7 +224,7 @@ std::int32_t IniFile::readInt(const QByteArray &section, const QByteArray &key, 
     const auto v = value(section, key);
     if (!v || v->isEmpty())
         return fallback;
-    return parseInt32(*v);
+    return parseProfileInt(*v);
 }
 
 IniFile::Section &IniFile::findOrAppend(const QByteArray &section)

@@ -285,6 +285,24 @@ TEST(DeviceFile, ProbeCountsOutsideOneToSixteenAreClamped)
     EXPECT_NE(s.deviceForUpdate(2)->probe(15), nullptr);
 }
 
+TEST(DeviceFile, HandWrittenHexadecimalCountsAndFlagsKeepTheirProbes)
+{
+    DataFolderFixture f;
+    writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Hex\r\n");
+    QDir().mkpath(QFile::decodeName(f.path("Devices")));
+    writeFile(f.path("Devices/Hex.ini"), "[Device]\r\nProbeCount=0x4\r\nDevicePort=0x1F90\r\n"
+                                         "[Probe01]\r\nProbeEnabled=0x1\r\n[Probe02]\r\nProbeEnabled=0b0\r\n");
+    DeviceStore &s = f.store();
+    s.readProgramSettings();
+    ASSERT_EQ(s.deviceCount(), 1);
+    const DeviceRecord &d = *s.deviceForUpdate(0);
+    EXPECT_EQ(d.ProbeCount, 4);
+    EXPECT_EQ(d.probeSlots(), 4);
+    EXPECT_EQ(d.DevicePort, 8080);
+    EXPECT_TRUE(d.probe(0)->ProbeEnabled);
+    EXPECT_FALSE(d.probe(1)->ProbeEnabled);
+}
+
 TEST(DeviceFile, DeletingADeviceCompactsTheSlotsAndRewritesTheList)
 {
     DataFolderFixture f;

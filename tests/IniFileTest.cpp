@@ -37,6 +37,26 @@ TEST(IniFile, ProfileIntegersFollowTheProfileRules)
     EXPECT_EQ(ini.readInt("S", "absent", 5), 5);
 }
 
+TEST(IniFile, ProfileIntegersTakeTheirBaseFromTheirPrefix)
+{
+    IniFile ini("[S]\nhex=0x4\nmixed=0xFf\ncapital=0X10\noctal=0o17\nbinary=0b101\nleadingZero=010\n"
+                "stop=0b102\nsigned= -0x10\nplus=+0o7\nbare=0x\nwrap=4294967297\nhigh=0xFFFFFFFF\n"
+                "octalNine=0o9\n");
+    EXPECT_EQ(ini.readInt("S", "hex", 9), 4);
+    EXPECT_EQ(ini.readInt("S", "mixed", 9), 255);
+    EXPECT_EQ(ini.readInt("S", "capital", 9), 0);
+    EXPECT_EQ(ini.readInt("S", "octal", 9), 15);
+    EXPECT_EQ(ini.readInt("S", "binary", 9), 5);
+    EXPECT_EQ(ini.readInt("S", "leadingZero", 9), 10);
+    EXPECT_EQ(ini.readInt("S", "stop", 9), 2);
+    EXPECT_EQ(ini.readInt("S", "signed", 9), -16);
+    EXPECT_EQ(ini.readInt("S", "plus", 9), 7);
+    EXPECT_EQ(ini.readInt("S", "bare", 9), 0);
+    EXPECT_EQ(ini.readInt("S", "wrap", 9), 1);
+    EXPECT_EQ(ini.readInt("S", "high", 9), -1);
+    EXPECT_EQ(ini.readInt("S", "octalNine", 9), 0);
+}
+
 TEST(IniFile, EnclosingQuotesAreDropped)
 {
     IniFile ini("[S]\na=\"quoted text\"\nb=\"half\nc='single'\n");

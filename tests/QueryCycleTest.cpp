@@ -257,31 +257,6 @@ TEST(DeviceQuery, StoppingDropsTheQueriesInFlight)
     EXPECT_TRUE(f.applied.isEmpty());
 }
 
-TEST(DeviceQuery, TheProxyOfOneDeviceStaysSetForTheDevicesAfterIt)
-{
-    CycleFixture f;
-    const int proxy = f.sim.addDevice(simDevice("Model R4", {99}, "Proxy"));
-    DeviceRecord &first = f.addSimulated(simDevice("Model R4", {70}), {T});
-    f.addSimulated(simDevice("Model R4", {71}), {T});
-    first.UseProxy = 1;
-    first.ProxyServerAddress = "127.0.0.1:" + QByteArray::number(f.sim.port(proxy));
-    first.ProxyServerUserName = "operator";
-    first.ProxyServerPassword = "secret";
-    f.tick();
-    const auto seen = f.sim.requests(proxy);
-    ASSERT_EQ(seen.size(), 2);
-    QStringList lines{QString::fromUtf8(seen[0].requestLine), QString::fromUtf8(seen[1].requestLine)};
-    QStringList expected{"GET http://127.0.0.1:" + QString::number(f.sim.port(1)) + "/temp HTTP/1.1",
-                         "GET http://127.0.0.1:" + QString::number(f.sim.port(2)) + "/temp HTTP/1.1"};
-    lines.sort();
-    expected.sort();
-    EXPECT_EQ(lines, expected);
-    for (const auto &request : seen)
-        EXPECT_EQ(request.proxyAuthorization, "Basic " + QByteArray("operator:secret").toBase64());
-    EXPECT_TRUE(f.sim.requests(1).isEmpty());
-    EXPECT_TRUE(f.sim.requests(2).isEmpty());
-}
-
 TEST(DeviceQuery, ADeviceDeletedWhileItsQueryRunsIsDroppedAndTheRestStillApply)
 {
     CycleFixture f;

@@ -163,6 +163,8 @@ void DeviceSimulator::onRequestData(Served &served, QTcpSocket *socket)
         const QByteArray key = line.left(colon).trimmed().toLower();
         if (key == "proxy-authorization")
             seen.proxyAuthorization = line.mid(colon + 1).trimmed();
+        else if (key == "via")
+            seen.via = line.mid(colon + 1).trimmed();
         else if (key == "user-agent")
             seen.userAgent = line.mid(colon + 1).trimmed();
     }

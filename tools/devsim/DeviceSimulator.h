@@ -21,6 +21,7 @@ struct SimRequest {
     QByteArray requestLine;          // "GET /temp HTTP/1.1", or the absolute URL through a proxy
     QByteArray path;                 // "/temp"
     QByteArray proxyAuthorization;   // the Proxy-Authorization header, if any
+    QByteArray via;                  // the Via header a proxy adds, if any
     QByteArray userAgent;
     QByteArray query;                // what follows "?" in the target
 };

@@ -1,6 +1,7 @@
 #include "ui/config/AddDeviceDialog.h"
 
 #include "net/AutoConfiguration.h"
+#include "net/DeviceUrl.h"
 #include "store/DeviceSettingsCheck.h"
 #include "store/DeviceStore.h"
 #include "ui/config/AutoConfigDetailsDialog.h"
@@ -142,9 +143,7 @@ void AddDeviceDialog::autoConfigure()
     request.address = s.typed.DeviceAddress.bytes();
     request.port = s.typed.DevicePort;
     request.typedName = s.typed.DeviceName.bytes();
-    request.useProxy = s.typed.UseProxy;
-    request.proxy = {s.typed.ProxyServerAddress.bytes(), s.typed.ProxyServerUserName.bytes(),
-                     s.typed.ProxyServerPassword.bytes()};
+    request.proxy = deviceProxy(s.typed);
     request.logQueryFailures = s.typed.LogQueryFailures;
     autoConfiguration_->fetchDeviceConfiguration(request, [this](const AutoConfigResult &r) { autoConfigured(r); });
     setBusy(QStringLiteral("Contacting the device..."));
