@@ -97,4 +97,25 @@ inline void check(QAbstractButton &box, bool on)
         box.click();
 }
 
+// What the desktop's accessibility interface does for dictation, switch
+// access and test tools: it sets a field's text, toggles a box or a radio
+// button, and presses a button, without a key or a click.
+inline void setByAccessibility(QWidget &w, const QString &text)
+{
+    QAccessibleInterface *a = QAccessible::queryAccessibleInterface(&w);
+    ASSERT_NE(a, nullptr);
+    a->setText(QAccessible::Value, text);
+}
+inline void actByAccessibility(QWidget &w, const QString &action)
+{
+    QAccessibleInterface *a = QAccessible::queryAccessibleInterface(&w);
+    ASSERT_TRUE(a && a->actionInterface());
+    ASSERT_TRUE(a->actionInterface()->actionNames().contains(action)) << qPrintable(action);
+    a->actionInterface()->doAction(action);
+}
+inline void toggleByAccessibility(QAbstractButton &box)
+{
+    actByAccessibility(box, QAccessibleActionInterface::toggleAction());
+}
+
 } // namespace cz::test

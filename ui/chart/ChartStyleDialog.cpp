@@ -77,8 +77,11 @@ ChartStyleDialog::ChartStyleDialog(WindowContext &context, int slot, QWidget *pa
     order << thickness << names << buttons;
     chainTabOrder(order);
 
-    connect(thickness, &QComboBox::activated, this, [this](int index) { style_.lineWidth = index + 1; });
-    connect(names, &QCheckBox::clicked, this, &ChartStyleDialog::legendNamesToggled);
+    connect(thickness, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (index >= 0)
+            style_.lineWidth = index + 1;
+    });
+    connect(names, &QCheckBox::toggled, this, &ChartStyleDialog::legendNamesToggled);
 }
 
 void ChartStyleDialog::showProbe(int probe)

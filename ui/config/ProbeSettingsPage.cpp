@@ -150,8 +150,16 @@ QWidget *ProbeSettingsPage::buildTypeAndUnits(QList<QWidget *> &order)
                                  [](int i) { return probeTypeText(static_cast<ProbeType>(i)); }, typeButtons_);
     QButtonGroup *units = radios(QStringLiteral("Display Units"),
                                  [](int i) { return unitName(static_cast<DisplayUnits>(i)); }, unitButtons_);
-    connect(types, &QButtonGroup::idClicked, this, &ProbeSettingsPage::chooseType);
-    connect(units, &QButtonGroup::idClicked, this, &ProbeSettingsPage::chooseUnits);
+    // Toggled, not clicked: a choice made through the accessibility
+    // interface counts too. Showing the record's own choice changes nothing.
+    connect(types, &QButtonGroup::idToggled, this, [this](int id, bool on) {
+        if (on)
+            chooseType(id);
+    });
+    connect(units, &QButtonGroup::idToggled, this, [this](int id, bool on) {
+        if (on)
+            chooseUnits(id);
+    });
     return row;
 }
 

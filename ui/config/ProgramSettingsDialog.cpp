@@ -101,7 +101,7 @@ ProgramSettingsDialog::ProgramSettingsDialog(DeviceStore &store, QWidget *parent
         new QCheckBox(QStringLiteral("Start Corvanta Zephtra in a minimized window at program launch."), this);
     minimized->setChecked(s.StartMinimized != 0);
     // Takes effect at once; Cancel leaves it.
-    connect(minimized, &QCheckBox::clicked, this, [this](bool on) { store_.settings.StartMinimized = on ? 1 : 0; });
+    connect(minimized, &QCheckBox::toggled, this, [this](bool on) { store_.settings.StartMinimized = on ? 1 : 0; });
 
     trayIcon_ = new QCheckBox(QStringLiteral("Show Corvanta Zephtra's state in the system tray."), this);
     trayIcon_->setChecked(s.ShowTrayIcon != 0);

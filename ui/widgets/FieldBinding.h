@@ -1,9 +1,10 @@
 // A record's fields bound to the widgets that show them. fill() shows every
-// field; an edit the operator makes (typing, choosing from a list, clicking
-// a box or a "Yes"/"No" answer) writes its field back at once and marks
-// its change bit. Only the operator's own signals are listened to
-// (textEdited, activated, clicked), so filling writes nothing back. The
-// connections outlive the binding; keep it only to fill again.
+// field; any change of what a widget shows afterwards (typing, pasting, a
+// choice from a list, a click, or a value set through the accessibility
+// interface by dictation or switch access) writes its field back at once
+// and marks its change bit, so what is saved is what the field shows.
+// Changes made by fill() itself write nothing back. The connections
+// outlive the binding; keep it only to fill again.
 #pragma once
 
 #include "store/FixedText.h"
@@ -15,6 +16,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -26,7 +28,7 @@ public:
     // `record` gives the record the widgets show; `edited` runs after every
     // edit has been written, with the change bit of its field.
     FieldBinding(QWidget *owner, std::function<Record &()> record, std::function<void(std::uint64_t bit)> edited)
-        : owner_(owner), record_(std::move(record)), edited_(std::move(edited))
+        : owner_(owner), state_(std::make_shared<State>(State{std::move(record), std::move(edited), false}))
     {
     }
 
@@ -35,40 +37,48 @@ public:
     void text(QLineEdit *edit, FixedText<N> Owner::*field, std::uint64_t bit = 0)
     {
         static_assert(std::is_base_of_v<Owner, Record>);
-        fills_.push_back([record = record_, edit, field] { edit->setText((record().*field).str()); });
-        QObject::connect(edit, &QLineEdit::textEdited, owner_, [record = record_, edited = edited_, field, bit](const QString &typed) {
-            record().*field = typed;
-            edited(bit);
+        fills_.push_back([record = state_->record, edit, field] { edit->setText((record().*field).str()); });
+        QObject::connect(edit, &QLineEdit::textChanged, owner_, [this_ = state(), field, bit](const QString &shown) {
+            if (this_->filling)
+                return;
+            this_->record().*field = shown;
+            this_->edited(bit);
         });
     }
 
     // A whole number typed as text; an empty field reads as 0.
     void number(QLineEdit *edit, std::int32_t Record::*field, std::uint64_t bit = 0)
     {
-        fills_.push_back([record = record_, edit, field] { edit->setText(QString::number(record().*field)); });
-        QObject::connect(edit, &QLineEdit::textEdited, owner_, [record = record_, edited = edited_, field, bit](const QString &typed) {
-            record().*field = typed.toInt();
-            edited(bit);
+        fills_.push_back([record = state_->record, edit, field] { edit->setText(QString::number(record().*field)); });
+        QObject::connect(edit, &QLineEdit::textChanged, owner_, [this_ = state(), field, bit](const QString &shown) {
+            if (this_->filling)
+                return;
+            this_->record().*field = shown.toInt();
+            this_->edited(bit);
         });
     }
 
     // A 0/1 field shown by a check box.
     void flag(QAbstractButton *box, std::int32_t Record::*field, std::uint64_t bit = 0)
     {
-        fills_.push_back([record = record_, box, field] { box->setChecked(record().*field != 0); });
-        QObject::connect(box, &QAbstractButton::clicked, owner_, [record = record_, edited = edited_, field, bit](bool on) {
-            record().*field = on ? 1 : 0;
-            edited(bit);
+        fills_.push_back([record = state_->record, box, field] { box->setChecked(record().*field != 0); });
+        QObject::connect(box, &QAbstractButton::toggled, owner_, [this_ = state(), field, bit](bool on) {
+            if (this_->filling)
+                return;
+            this_->record().*field = on ? 1 : 0;
+            this_->edited(bit);
         });
     }
 
     // A 0/1 field answered "Yes" or "No".
     void flag(YesNoField *answer, std::int32_t Record::*field, std::uint64_t bit = 0)
     {
-        fills_.push_back([record = record_, answer, field] { answer->setValue(record().*field != 0); });
-        QObject::connect(answer, &YesNoField::changed, owner_, [record = record_, edited = edited_, field, bit](bool yes) {
-            record().*field = yes ? 1 : 0;
-            edited(bit);
+        fills_.push_back([record = state_->record, answer, field] { answer->setValue(record().*field != 0); });
+        QObject::connect(answer, &YesNoField::changed, owner_, [this_ = state(), field, bit](bool yes) {
+            if (this_->filling)
+                return;
+            this_->record().*field = yes ? 1 : 0;
+            this_->edited(bit);
         });
     }
 
@@ -77,24 +87,35 @@ public:
     void choice(QComboBox *list, std::function<int(const Record &)> index, std::function<void(Record &, int)> take,
                 std::uint64_t bit = 0)
     {
-        fills_.push_back([record = record_, list, index] { list->setCurrentIndex(index(record())); });
-        QObject::connect(list, &QComboBox::activated, owner_, [record = record_, edited = edited_, take, bit](int k) {
-            take(record(), k);
-            edited(bit);
+        fills_.push_back([record = state_->record, list, index] { list->setCurrentIndex(index(record())); });
+        QObject::connect(list, &QComboBox::currentIndexChanged, owner_, [this_ = state(), take, bit](int k) {
+            if (this_->filling || k < 0)
+                return;
+            take(this_->record(), k);
+            this_->edited(bit);
         });
     }
 
     // Every widget shows its field.
     void fill() const
     {
+        state_->filling = true;
         for (const auto &f : fills_)
             f();
+        state_->filling = false;
     }
 
 private:
+    // Shared with the connections, which outlive the binding.
+    struct State {
+        std::function<Record &()> record;
+        std::function<void(std::uint64_t)> edited;
+        bool filling;
+    };
+    std::shared_ptr<State> state() const { return state_; }
+
     QWidget *owner_;
-    std::function<Record &()> record_;
-    std::function<void(std::uint64_t)> edited_;
+    std::shared_ptr<State> state_;
     std::vector<std::function<void()>> fills_;
 };
 

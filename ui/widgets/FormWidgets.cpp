@@ -43,8 +43,11 @@ YesNoField::YesNoField(const QString &question, QWidget *parent) : QWidget(paren
     layout->addWidget(yes_);
     layout->addWidget(no_);
     layout->addStretch(1);
-    connect(yes_, &QRadioButton::clicked, this, [this] { emit changed(true); });
-    connect(no_, &QRadioButton::clicked, this, [this] { emit changed(false); });
+    // One signal a change, however the answer was given; none while both are unset.
+    connect(yes_, &QRadioButton::toggled, this, [this](bool on) {
+        if (on || no_->isChecked())
+            emit changed(on);
+    });
 }
 
 void YesNoField::setValue(bool yes)

@@ -39,7 +39,7 @@ public:
     QRadioButton *noButton() const { return no_; }
 
 signals:
-    // The operator changed the answer.
+    // The answer changed (clicked, keyed, or set through accessibility).
     void changed(bool yes);
 
 private:
