@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <limits>
@@ -111,6 +112,27 @@ QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern)
     char buf[128];
     const std::size_t n = strftime_l(buf, sizeof buf, pattern, &parts, cLocale());
     return QByteArray(buf, qsizetype(n));
+}
+
+std::optional<std::int64_t> dataLineTime(const QByteArray &line)
+{
+    int month = 0, day = 0, year = 0, hour = 0, minute = 0, second = 0;
+    char end = 0;
+    if (line.size() < 17 || line[2] != '-' || line[5] != '-' || line[8] != ',' || line[11] != ':' || line[14] != ':')
+        return std::nullopt;
+    if (std::sscanf(line.constData(), "%2d-%2d-%2d,%2d:%2d:%2d%c", &month, &day, &year, &hour, &minute, &second,
+                    &end) < 6)
+        return std::nullopt;
+    std::tm parts{};
+    parts.tm_year = 100 + year, parts.tm_mon = month - 1, parts.tm_mday = day;
+    parts.tm_hour = hour, parts.tm_min = minute, parts.tm_sec = second;
+    parts.tm_isdst = -1;
+    if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60)
+        return std::nullopt;
+    const std::time_t t = std::mktime(&parts);
+    if (t == std::time_t(-1))
+        return std::nullopt;
+    return std::int64_t(t);
 }
 
 QByteArray durationText(std::int64_t seconds)

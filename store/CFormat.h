@@ -5,6 +5,7 @@
 #include <QByteArray>
 
 #include <cstdint>
+#include <optional>
 
 namespace cz {
 
@@ -24,6 +25,10 @@ std::int32_t parseProfileInt(const QByteArray &text);
 // The local date and time of `epochSeconds` formatted by strftime `pattern`,
 // with English day and month names and AM/PM.
 QByteArray formatLocalTime(std::int64_t epochSeconds, const char *pattern);
+
+// The local time of a data-file line ("MM-dd-yy,HH:MM:SS,..."), none
+// when it does not start so.
+std::optional<std::int64_t> dataLineTime(const QByteArray &line);
 
 // A duration in its two largest units, in words: "45 seconds",
 // "2 minutes 5 seconds", "1 hour", "3 days 4 hours".

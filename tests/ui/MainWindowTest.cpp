@@ -95,7 +95,8 @@ TEST(MainWindow, TheDemoChartsShowADayAtOnce)
     QList<devsim::SimDevice> devices;
     QString error;
     ASSERT_TRUE(devsim::loadSimConfig(QStringLiteral(CZ_SOURCE_DIR "/tools/devsim/demo.json"), devices, error));
-    ASSERT_EQ(devsim::writeDemoHistory(f.dir.path(), devices, f.clock.now(), 24, error), 4) << qPrintable(error);
+    PastDataReport report;
+    ASSERT_EQ(devsim::writeDemoHistory(f.dir.path(), devices, f.clock.now(), 24, error, report), 4) << qPrintable(error);
     MainWindow &sheet = *f.sheet;
     sheet.placeCentred();
     sheet.show();

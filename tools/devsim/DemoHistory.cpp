@@ -11,19 +11,32 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLockFile>
 
 namespace devsim {
 
 int writeDemoHistory(const QString &dataFolder, const QList<SimDevice> &devices, std::int64_t now, int hours,
-                     QString &error)
+                     QString &error, cz::PastDataReport &report)
 {
     if (!QDir(dataFolder).exists()) {
         error = QStringLiteral("no data folder %1").arg(dataFolder);
         return -1;
     }
+    const cz::DataFolder folder{QFile::encodeName(dataFolder)};
+    // The program's own instance lock: a running program appends to these
+    // files, and one started meanwhile waits for the history to be whole.
+    QLockFile lock(QFile::decodeName(folder.lockFile()));
+    lock.setStaleLockTime(0);
+    if (!lock.tryLock(0)) {
+        error = lock.error() == QLockFile::LockFailedError
+                    ? QStringLiteral("%1 is in use by a running Corvanta Zephtra; stop it first, nothing was written")
+                          .arg(dataFolder)
+                    : QStringLiteral("cannot lock %1, nothing was written").arg(dataFolder);
+        return -1;
+    }
     cz::EventLog log(cz::SystemClock::instance());
     cz::ProgramStatus status;
-    cz::DeviceStore store(cz::DataFolder{QFile::encodeName(dataFolder)}, cz::SystemClock::instance(), log, status);
+    cz::DeviceStore store(folder, cz::SystemClock::instance(), log, status);
     store.readProgramSettings();
     int written = 0;
     for (int slot = 0; slot < store.deviceCount(); ++slot) {
@@ -49,7 +62,7 @@ int writeDemoHistory(const QString &dataFolder, const QList<SimDevice> &devices,
                 return "n/a";
             return cz::probeDisplayText(device.probe(probe)->ProbeType, reply.fields[std::size_t(probe)]);
         };
-        if (!cz::writePastDataFiles(store, slot, from, to, interval, text, &error))
+        if (!cz::writePastDataFiles(store, slot, from, to, interval, text, &error, &report))
             return -1;
         ++written;
     }

@@ -4,6 +4,7 @@
 // that the charts show a real history from the first start.
 #pragma once
 
+#include "store/PastDataFiles.h"
 #include "tools/devsim/SimDevice.h"
 
 #include <QString>
@@ -12,9 +13,11 @@
 
 namespace devsim {
 
-// Returns the number of devices written for; -1 with `error` set when the
-// data folder cannot be read or a file cannot be written.
+// Returns the number of devices written for, and in `report` what was done
+// to which file; -1 with `error` set when the data folder cannot be read,
+// a running program holds it, or a file cannot be written. Existing lines
+// are never changed (see writePastDataFiles).
 int writeDemoHistory(const QString &dataFolder, const QList<SimDevice> &devices, std::int64_t now, int hours,
-                     QString &error);
+                     QString &error, cz::PastDataReport &report);
 
 } // namespace devsim

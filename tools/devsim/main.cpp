@@ -66,13 +66,21 @@ int main(int argc, char **argv)
     }
 
     if (parser.isSet(history)) {
+        cz::PastDataReport report;
         const int written = writeDemoHistory(parser.value(history), devices, QDateTime::currentSecsSinceEpoch(),
-                                             parser.value(hours).toInt(), error);
+                                             parser.value(hours).toInt(), error, report);
+        for (const QString &path : report.extended)
+            std::printf("kept every line of %s, earlier lines added before them\n", qPrintable(path));
+        for (const QString &path : report.left)
+            std::printf("left %s as it was\n", qPrintable(path));
         if (written < 0) {
             std::fprintf(stderr, "corvanta-devsim: %s\n", qPrintable(error));
             return 1;
         }
-        std::printf("history written for %d devices\n", written);
+        std::printf("history written for %d devices: %lld lines, %d new files, %lld files extended, %lld left as "
+                    "they were\n",
+                    written, report.linesWritten, report.filesCreated, qlonglong(report.extended.size()),
+                    qlonglong(report.left.size()));
         return 0;
     }
 
