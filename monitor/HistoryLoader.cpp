@@ -33,8 +33,22 @@ QDate dateOf(const char *p)
     return QDate(year, month, day);
 }
 
+// The UTC offset of local time at `t`, in seconds.
+qint64 offsetAt(qint64 t)
+{
+    return QDateTime::fromSecsSinceEpoch(t).offsetFromUtc();
+}
+
+// How far local time is set back within two hours of `t`; 0 when it is not.
+qint64 setBackNear(qint64 t)
+{
+    return std::max<qint64>(0, offsetAt(t - 7200) - offsetAt(t + 7200));
+}
+
 // Local times of data-file lines. Lines come in order, so the start of the
-// hour is looked up once per hour of data.
+// hour is looked up once per hour of data. An hour that comes twice when
+// the clocks go back reads as its first occurrence, and as its second once
+// the lines have gone back in time: both hours keep their order.
 class LineClock {
 public:
     // Seconds since 1970 of "MM-dd-yy,HH:MM:SS" at `p`, NaN when malformed.
@@ -46,12 +60,20 @@ public:
             const QDate date = dateOf(p);
             const int hour = twoDigits(p + 9);
             if (date.isValid() && p[8] == ',' && hour >= 0 && hour < 24)
-                hourStart_ = double(QDateTime(date, QTime(hour, 0)).toSecsSinceEpoch());
+                hourStart_ = double(firstOccurrence(date, hour));
         }
         const int minute = twoDigits(p + 12), second = twoDigits(p + 15);
         if (p[11] != ':' || p[14] != ':' || minute < 0 || minute > 59 || second < 0 || second > 60)
             return std::numeric_limits<double>::quiet_NaN();
-        return hourStart_ + minute * 60 + second;
+        double t = hourStart_ + minute * 60 + second;
+        if (t < last_ && std::isfinite(t)) {
+            const qint64 back = setBackNear(qint64(t));
+            if (back > 0 && t + double(back) >= last_)
+                t += double(back);
+        }
+        if (std::isfinite(t))
+            last_ = t;
+        return t;
     }
 
 private:
@@ -59,8 +81,20 @@ private:
     {
         return p[0] >= '0' && p[0] <= '9' && p[1] >= '0' && p[1] <= '9' ? (p[0] - '0') * 10 + (p[1] - '0') : -1;
     }
+    static qint64 firstOccurrence(const QDate &date, int hour)
+    {
+        const qint64 t = QDateTime(date, QTime(hour, 0)).toSecsSinceEpoch();
+        const qint64 back = setBackNear(t);
+        if (back > 0) {
+            const QDateTime earlier = QDateTime::fromSecsSinceEpoch(t - back);
+            if (earlier.date() == date && earlier.time() == QTime(hour, 0))
+                return t - back;
+        }
+        return t;
+    }
     char key_[11] = {};
     double hourStart_ = std::numeric_limits<double>::quiet_NaN();
+    double last_ = -std::numeric_limits<double>::infinity();
 };
 
 struct Sample {
@@ -229,6 +263,30 @@ std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const st
     return loaded;
 }
 
+namespace {
+
+// Drops the loaded samples from `limit` on.
+void keepBefore(LoadedHistory &loaded, int probeCount, double limit)
+{
+    const int stored = int(std::min<std::uint64_t>(loaded.times.samplesWritten(), TimeHistory::kLength));
+    const int first = TimeHistory::kLength - stored;
+    int last = first - 1;
+    loaded.times.forEach(first, TimeHistory::kNewest, [&](int index, double t) {
+        if (t < limit)
+            last = index;
+    });
+    TimeHistory times;
+    loaded.times.forEach(first, last, [&](int, double t) { times.append(t); });
+    loaded.times = std::move(times);
+    for (int i = 0; i < probeCount; ++i) {
+        ValueHistory values;
+        loaded.values[std::size_t(i)].forEach(first, last, [&](int, double v) { values.append(v); });
+        loaded.values[std::size_t(i)] = std::move(values);
+    }
+}
+
+} // namespace
+
 bool placeDeviceHistory(DeviceRecord &device, LoadedHistory &loaded, int probeCount)
 {
     if (device.probeSlots() != probeCount)
@@ -238,6 +296,14 @@ bool placeDeviceHistory(DeviceRecord &device, LoadedHistory &loaded, int probeCo
     // The samples the device's queries added since start follow the file's.
     const int live = int(std::min<std::uint64_t>(device.Times.samplesWritten(), TimeHistory::kLength));
     const int firstLive = TimeHistory::kLength - live;
+    // A query answered while the files were read is in both: live it stays.
+    if (live > 0) {
+        const double limit = device.Times.at(firstLive) - std::max(device.QueryInterval, 1) / 2.0;
+        if (loaded.times.newest() >= limit)
+            keepBefore(loaded, probeCount, limit);
+        if (loaded.times.samplesWritten() == 0)
+            return true;
+    }
     device.Times.forEach(firstLive, TimeHistory::kNewest, [&](int, double t) { loaded.times.append(t); });
     for (int i = 0; i < probeCount; ++i) {
         ValueHistory &into = loaded.values[std::size_t(i)];

@@ -41,22 +41,35 @@ double currentReading(const ProbeRecord &p)
 void appendHistorySample(DeviceRecord &device, bool success, double now)
 {
     const double interval = device.QueryInterval > 0 ? device.QueryInterval : 1;
-    double &next = device.NextSampleTime;
-    if (next <= 0)
-        next = now;
-    // Samples older than the whole history would be overwritten at once.
-    const double span = interval * double(TimeHistory::kLength);
-    if (now - next > span)
-        next += std::floor((now - next - span) / interval) * interval;
-    do {
+    // How far an answer may lag its grid time and still be drawn there. A
+    // new run starts this much before its answer, so that answers a little
+    // early or late stay on its grid for a while.
+    const double lag = std::min(interval / 4, 4.0);
+    auto append = [&device](double time, bool withReadings) {
         for (int i = 0; i < device.probeSlots(); ++i) {
             ProbeRecord *p = device.probe(i);
             if (p)
-                p->Values.append(success && p->ProbeEnabled ? currentReading(*p) : kNoValue);
+                p->Values.append(withReadings && p->ProbeEnabled ? currentReading(*p) : kNoValue);
         }
-        device.Times.append(next);
-        next += interval;
-    } while (next < now);
+        device.Times.append(time);
+    };
+    double &next = device.NextSampleTime;
+    double at = now;
+    if (next > 0 && now >= next) {
+        // Samples older than the whole history would be overwritten at once.
+        const double span = interval * double(TimeHistory::kLength);
+        if (now - next > span)
+            next += std::floor((now - next - span) / interval) * interval;
+        // Intervals that passed without an answer stay gaps.
+        for (; next + interval <= now; next += interval)
+            append(next, false);
+        at = now - next <= lag ? next : now - lag / 2;
+    } else if (next > 0 && now >= next - interval / 2) {
+        // A little early (ticks are not exact): a run starting just before.
+        at = now - lag / 2;
+    }
+    append(at, success);
+    next = at + interval;
 }
 
 QueryCycle::QueryCycle(DeviceStore &store, HttpSession &session, QObject *parent)

@@ -38,10 +38,13 @@ struct QueryStats {
     double lastDurationSeconds = 0;
 };
 
-// One history sample per probe of a device after its query (several for a
-// late query, one per interval missed): the probe's current reading when
-// the query was answered and the probe is enabled, the no-value mark
-// otherwise. `now` is in seconds since 1970 with a fraction.
+// One history sample per probe of a device after its query, at the time
+// `now` of the answer (seconds since 1970 with a fraction): the probe's
+// current reading when the query was answered and the probe is enabled,
+// the no-value mark otherwise. Samples keep to the device's interval grid
+// while answers do; every whole interval that passed without one is a gap,
+// and a wall clock that stepped back starts a new run at the new time, so
+// no sample is stamped later than its answer.
 void appendHistorySample(DeviceRecord &device, bool success, double now);
 
 class QueryCycle : public QObject {

@@ -6,7 +6,7 @@
 set -e
 PACKAGES="g++ cmake ninja-build pkg-config qt6-base-dev qt6-serialport-dev qt6-multimedia-dev \
 libmicrohttpd-dev libqcustomplot-dev libcurl4-openssl-dev libgif-dev googletest libgtest-dev \
-python3-aiosmtpd dbus-daemon tinyproxy openssl dpkg-dev file librsvg2-bin fonts-liberation xvfb clang libclang-rt-14-dev curl"
+python3-aiosmtpd dbus-daemon tinyproxy tzdata openssl dpkg-dev file librsvg2-bin fonts-liberation xvfb clang libclang-rt-14-dev curl"
 [ "$1" = "--checks" ] && PACKAGES="$PACKAGES prometheus lintian desktop-file-utils appstream man-db systemd"
 missing=""
 for p in $PACKAGES; do

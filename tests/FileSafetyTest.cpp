@@ -214,7 +214,7 @@ TEST(FileSafety, LineBreaksFromADeviceCannotAddAKey)
     EXPECT_EQ(ini.text(), "[Device]\r\nDeviceName=Lab  UseProxy=1\r\n");
 }
 
-TEST(FileSafety, NumbersSaturateInsteadOfWrapping)
+TEST(FileSafety, LongNumbersSaturateAndProfileIntegersWrapAt32Bits)
 {
     EXPECT_EQ(parseInteger("18446744073709551620"), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(parseInteger("-99999999999999999999999"), std::numeric_limits<std::int64_t>::min());
@@ -232,9 +232,10 @@ TEST(FileSafety, NumbersSaturateInsteadOfWrapping)
     f.store().readProgramSettings();
     const DeviceRecord *d = f.store().device(0);
     ASSERT_NE(d, nullptr);
-    EXPECT_EQ(d->ProbeCount, 16);
-    EXPECT_EQ(d->QueryInterval, std::numeric_limits<std::int32_t>::max());
-    EXPECT_EQ(d->DevicePort, std::numeric_limits<std::int32_t>::min());
+    // 2^64 + 4 wraps to 4, as the private-profile integer read does.
+    EXPECT_EQ(d->ProbeCount, 4);
+    EXPECT_EQ(d->QueryInterval, 4);
+    EXPECT_EQ(d->DevicePort, -4);
 }
 
 TEST(FileSafety, ANameHoldingPercentSignsShowsAsTyped)

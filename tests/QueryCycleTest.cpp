@@ -354,26 +354,6 @@ TEST(DeviceQuery, AFailedQuerySamplesAGap)
     EXPECT_EQ(f.store().device(0)->probe(0)->Values.newest(), kNoValue);
 }
 
-TEST(DeviceQuery, ALateQueryAppendsOneSamplePerIntervalMissed)
-{
-    DeviceRecord d;
-    d.QueryInterval = 10;
-    d.ProbeCount = 1;
-    d.Probes[0] = std::make_unique<ProbeRecord>();
-    d.Probes[0]->ProbeEnabled = 1;
-    d.Probes[0]->CurrentTemp = 71.5;
-    appendHistorySample(d, true, 1000.25);
-    appendHistorySample(d, true, 1030.5); // three intervals later
-    EXPECT_EQ(d.Times.at(TimeHistory::kNewest), 1030.25);
-    EXPECT_EQ(d.Times.at(TimeHistory::kNewest - 1), 1020.25);
-    EXPECT_EQ(d.Times.at(TimeHistory::kNewest - 3), 1000.25);
-    EXPECT_EQ(d.Probes[0]->Values.at(TimeHistory::kNewest - 2), 71.5f);
-    EXPECT_EQ(d.Times.at(TimeHistory::kNewest - 4), kNoValue);
-    d.Probes[0]->ProbeEnabled = 0;
-    appendHistorySample(d, true, 1040.5);
-    EXPECT_EQ(d.Probes[0]->Values.newest(), kNoValue);
-}
-
 // One device misbehaves in every way a device can, between a good device
 // before it and another after it, over simulated minutes.
 TEST(DeviceQuery, AMisbehavingDeviceDoesNotStopTheOthers)
