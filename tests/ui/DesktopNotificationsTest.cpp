@@ -147,6 +147,70 @@ TEST(DesktopNotifications, AStormBecomesOneSummaryThatFollowsIt)
     EXPECT_EQ(f.service.calls.last().replaces, 0u);
 }
 
+TEST(DesktopNotifications, ASummaryWhoseCallFailsIsShownAfterABackOff)
+{
+    DesktopFixture f;
+    ASSERT_TRUE(f.service.registered());
+    for (int probe = 0; probe < 3; ++probe)
+        f.read(0, probe, "95.0");
+    f.read(1, 0, "95.0");
+    f.read(1, 1, "95.0");
+    ASSERT_TRUE(f.waitForCalls(DesktopNotifier::kStormCount));
+    // The storm's first summary fails, and so does its first retry; the
+    // singles it took in are closed all the same.
+    f.service.failNext = 2;
+    f.read(1, 2, "95.0");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return f.service.failed == 2; }, 10000));
+    EXPECT_TRUE(f.service.onScreen().isEmpty());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const auto screen = f.service.onScreen();
+            return screen.size() == 1 && screen[0].summary == "6 probes in alarm on 2 devices";
+        },
+        10000))
+        << f.service.onScreen().size();
+}
+
+TEST(DesktopNotifications, ASummaryUpdatedHundredsOfTimesStillOpensWhenClickedAndIdsStayFew)
+{
+    DesktopFixture f;
+    ASSERT_TRUE(f.service.registered());
+    f.notifier.setSummaryDelay(1);
+    int clicked = 0;
+    QObject::connect(&f.notifier, &DesktopNotifier::summaryActivated, [&] { ++clicked; });
+    for (int k = 0; k < 6; ++k)
+        f.read(k / 3, k % 3, "95.0");
+    // A probe goes in and out of alarm 260 times, each
+    // update awaited: the summary is replaced in place every time.
+    for (int k = 0; k < 260; ++k) {
+        const int before = int(f.service.calls.size());
+        f.read(2, 0, k % 2 ? "95.0" : "70.0");
+        ASSERT_TRUE(f.waitForCalls(before + 1)) << k;
+    }
+    const auto screen = f.service.onScreen();
+    ASSERT_EQ(screen.size(), 1);
+    EXPECT_LE(f.notifier.rememberedNotifications(), int(screen.size()) + DesktopNotifier::kStormCount);
+    f.service.click(screen[0].id);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return clicked == 1; }, 10000));
+}
+
+TEST(DesktopNotifications, WithoutAServiceNothingGrows)
+{
+    QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    {
+        DesktopFixture f(false);
+        for (int k = 0; k < 200; ++k) {
+            f.read(k % 3, k % 4 == 3 ? 3 : k % 3, k % 2 ? "95" : "70");
+            if (k % 20 == 19)
+                f.clock.advance(20);  // storms end and begin again
+            QCoreApplication::processEvents();
+        }
+        QTest::qWait(300);
+        EXPECT_EQ(f.notifier.rememberedNotifications(), 0);
+    }
+    qInstallMessageHandler(previous);
+}
+
 TEST(DesktopNotifications, WithoutAServiceNothingFailsAndThatIsSaidOnce)
 {
     static QStringList warnings;

@@ -66,6 +66,12 @@ void NotificationService::click(uint id)
 uint NotificationService::Notify(const QString &app, uint replacesId, const QString &icon, const QString &summary,
                                  const QString &body, const QStringList &actions, const QVariantMap &hints, int)
 {
+    if (failNext > 0) {
+        --failNext;
+        ++failed;
+        sendErrorReply(QDBusError::Failed, QStringLiteral("the notification server is restarting"));
+        return 0;
+    }
     Shown s;
     s.id = replacesId ? replacesId : nextId_++;
     s.replaces = replacesId;

@@ -30,7 +30,7 @@ private:
     mutable QStringList names_;
 };
 
-class NotificationService final : public QObject {
+class NotificationService final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 public:
@@ -51,6 +51,10 @@ public:
     QList<Shown> onScreen() const;
     // The operator clicks notification `id`.
     void click(uint id);
+    // The next this many Notify calls fail with an error reply (a busy or
+    // restarting server); they are counted in `failed`.
+    int failNext = 0;
+    int failed = 0;
 
 public slots:
     uint Notify(const QString &app, uint replacesId, const QString &icon, const QString &summary, const QString &body,

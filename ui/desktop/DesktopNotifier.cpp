@@ -10,6 +10,7 @@
 #include <QDBusPendingReply>
 #include <QStringList>
 
+#include <algorithm>
 
 namespace cz {
 
@@ -18,7 +19,9 @@ namespace {
 const QString kService = QStringLiteral("org.freedesktop.Notifications");
 const QString kPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString kInterface = QStringLiteral("org.freedesktop.Notifications");
-constexpr int kRememberedNotifications = 256;
+// Notifications remembered for clicks when the server does not say they
+// were closed; the storm's summary is kept whatever comes.
+constexpr int kRememberedNotifications = 64;
 
 QString unitText(const ProbeRecord &p)
 {
@@ -38,6 +41,8 @@ DesktopNotifier::DesktopNotifier(const DeviceStore &store, const Clock &clock, Q
     summaryTimer_.setSingleShot(true);
     summaryTimer_.setInterval(kSummaryDelayMs);
     connect(&summaryTimer_, &QTimer::timeout, this, &DesktopNotifier::sendSummary);
+    retryTimer_.setSingleShot(true);
+    connect(&retryTimer_, &QTimer::timeout, this, &DesktopNotifier::sendSummary);
     if (bus_.isConnected()) {
         bus_.connect(kService, kPath, kInterface, QStringLiteral("ActionInvoked"), this,
                      SLOT(actionInvoked(uint, QString)));
@@ -192,7 +197,7 @@ void DesktopNotifier::send(const QString &summary, const QString &body, bool cri
     if (!bus_.isConnected()) {
         unavailable(QStringLiteral("there is no session bus"));
         if (isSummary)
-            storm_.sending = false;
+            summaryFailed();
         return;
     }
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Notify"));
@@ -206,11 +211,16 @@ void DesktopNotifier::send(const QString &summary, const QString &body, bool cri
         w->deleteLater();
         const QDBusPendingReply<uint> reply = *w;
         const bool thisStorm = number == 0 && storm == stormNumber_;
-        if (thisStorm)
-            storm_.sending = false;
         if (reply.isError()) {
             unavailable(reply.error().message());
+            closeWhenShown_.remove(number);
+            if (thisStorm)
+                summaryFailed();
             return;
+        }
+        if (thisStorm) {
+            storm_.sending = false;
+            retryMs_ = kFirstRetryMs;
         }
         const uint id = reply.value();
         if (closeWhenShown_.remove(number)) {
@@ -219,12 +229,7 @@ void DesktopNotifier::send(const QString &summary, const QString &body, bool cri
         }
         if (number && !recent_.empty() && number >= recent_.front().number)
             ids_.insert(number, id);  // a storm may still take it in
-        shown_.insert(id, target);
-        shownOrder_.push_back(id);
-        while (int(shownOrder_.size()) > kRememberedNotifications) {
-            shown_.remove(shownOrder_.front());
-            shownOrder_.pop_front();
-        }
+        remember(id, target);
         if (!thisStorm)
             return;
         storm_.id = id;
@@ -233,9 +238,40 @@ void DesktopNotifier::send(const QString &summary, const QString &body, bool cri
     });
 }
 
+// The summary is shown again, with all it gathered, at the next alert or
+// after a back-off that doubles while the service keeps failing.
+void DesktopNotifier::summaryFailed()
+{
+    storm_.sending = false;
+    storm_.dirty = true;
+    retryTimer_.start(retryMs_);
+    retryMs_ = std::min(retryMs_ * 2, kLastRetryMs);
+}
+
+void DesktopNotifier::remember(uint id, const Target &target)
+{
+    // A summary updated in place keeps its one entry, and stays the newest.
+    forget(id);
+    shown_.insert(id, target);
+    shownOrder_.push_back(id);
+    while (int(shownOrder_.size()) > kRememberedNotifications) {
+        auto oldest = shownOrder_.begin();
+        if (*oldest == storm_.id && storm_.active)
+            ++oldest;
+        shown_.remove(*oldest);
+        shownOrder_.erase(oldest);
+    }
+}
+
+void DesktopNotifier::forget(uint id)
+{
+    if (shown_.remove(id))
+        shownOrder_.erase(std::find(shownOrder_.begin(), shownOrder_.end(), id));
+}
+
 void DesktopNotifier::close(uint id)
 {
-    shown_.remove(id);
+    forget(id);
     bus_.asyncCall(QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("CloseNotification"))
                    << id);
 }
@@ -264,7 +300,7 @@ void DesktopNotifier::actionInvoked(uint id, const QString &action)
 
 void DesktopNotifier::notificationClosed(uint id, uint)
 {
-    shown_.remove(id);
+    forget(id);
 }
 
 } // namespace cz

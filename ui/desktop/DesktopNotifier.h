@@ -30,9 +30,17 @@ public:
     static constexpr int kStormCount = 5;          // notifications allowed ...
     static constexpr std::int64_t kStormMs = 10000; // ... within this time
     static constexpr int kSummaryDelayMs = 500;     // a summary gathers this long
+    static constexpr int kFirstRetryMs = 1000;      // a failed summary is sent again after this,
+    static constexpr int kLastRetryMs = 30000;      // doubling up to this
 
     DesktopNotifier(const DeviceStore &store, const Clock &clock, QDBusConnection bus = QDBusConnection::sessionBus(),
                     QObject *parent = nullptr);
+
+    // How long a storm's summary gathers before it is updated (tests shorten it).
+    void setSummaryDelay(int ms) { summaryTimer_.setInterval(ms); }
+    // Notifications whose ids are kept for clicks and closing: those on
+    // screen and the summary.
+    int rememberedNotifications() const { return int(shown_.size() + ids_.size() + closeWhenShown_.size()); }
 
     void probeAlert(int slot, int probeIndex, AlarmEvaluation::AlertKind kind);
     void deviceStoppedAnswering(int slot);
@@ -80,6 +88,9 @@ private:
     void send(const QString &summary, const QString &body, bool critical, uint replaces, const Target &target,
               quint64 number);
     void close(uint id);
+    void remember(uint id, const Target &target);
+    void forget(uint id);
+    void summaryFailed();
     void sendSummary();
     QString summaryText() const;
     void unavailable(const QString &why);
@@ -93,9 +104,11 @@ private:
     QSet<quint64> closeWhenShown_;      // recent ones a storm took in before their id came
     Storm storm_;
     QTimer summaryTimer_;
+    QTimer retryTimer_;                 // sends a summary again whose call failed
+    int retryMs_ = kFirstRetryMs;
     quint64 stormNumber_ = 0;
     QHash<uint, Target> shown_;  // the notifications that may still be clicked
-    std::deque<uint> shownOrder_;
+    std::deque<uint> shownOrder_; // their ids, oldest first, each once
     bool toldUnavailable_ = false;
 };
 
