@@ -215,8 +215,11 @@ std::unique_ptr<LoadedHistory> readDeviceHistory(const HistoryJob &job, const st
         for (const QString &folder : folders) {
             if (cancel && cancel->load())
                 return std::make_unique<LoadedHistory>();
-            readFile(folder + '/' + QFile::decodeName(job.fileNames[std::size_t(i)]), job.types[std::size_t(i)],
-                     since, job.before, clock, samples[std::size_t(i)], loaded->linesRead);
+            QList<QByteArray> names = job.formerFileNames[std::size_t(i)];
+            names.append(job.fileNames[std::size_t(i)]);
+            for (const QByteArray &name : names)
+                readFile(folder + '/' + QFile::decodeName(name), job.types[std::size_t(i)], since, job.before, clock,
+                         samples[std::size_t(i)], loaded->linesRead);
             keepOnePerInterval(samples[std::size_t(i)], interval);
         }
         for (const Sample &s : samples[std::size_t(i)])
@@ -335,6 +338,15 @@ HistoryLoader::~HistoryLoader()
     pool_.waitForDone();
 }
 
+namespace {
+
+QByteArray fileName(const QByteArray &path)
+{
+    return path.mid(path.lastIndexOf('/') + 1);
+}
+
+} // namespace
+
 void HistoryLoader::start(double now)
 {
     for (int slot = 0; slot < store_.deviceCount(); ++slot) {
@@ -348,7 +360,10 @@ void HistoryLoader::start(double now)
         job.before = now;
         for (int i = 0; i < job.probeCount; ++i) {
             if (const ProbeRecord *p = device->probe(i)) {
-                job.fileNames[std::size_t(i)] = QFileInfo(QFile::decodeName(p->DataLogFile.bytes())).fileName().toLocal8Bit();
+                job.fileNames[std::size_t(i)] = fileName(p->DataLogFile.bytes());
+                for (const QByteArray &former : previousNames(*device))
+                    job.formerFileNames[std::size_t(i)].append(
+                        fileName(renamedProbeFilePath(p->DataLogFile.bytes(), device->DeviceName.bytes(), former)));
                 job.types[std::size_t(i)] = p->ProbeType;
             }
         }

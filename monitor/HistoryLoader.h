@@ -26,6 +26,9 @@ struct HistoryJob {
     int interval = 30;            // the device's QueryInterval, at least 1
     int probeCount = 0;
     std::array<QByteArray, kMaxProbes> fileNames;  // file names of the probes' data files
+    // The names the same files had under the device's former names, oldest
+    // first, read before them in each folder.
+    std::array<QList<QByteArray>, kMaxProbes> formerFileNames;
     std::array<ProbeType, kMaxProbes> types{};
     double before = 0;            // lines from this time on are not read (the queries since start add them)
 };

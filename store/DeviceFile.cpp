@@ -138,6 +138,8 @@ const KeyDef<D> kDeviceKeys[] = {
     CZ_INT(D, LogQueryFailures, DB::LogQueryFailures),
     CZ_INT(D, DialerPort, DB::DialerPort),
     CZ_INT(D, PlotLineWidth, DB::PlotLineWidth),
+    // Written only once the device has been renamed.
+    {"PreviousNames", DB::PreviousNames, &writeText<&D::PreviousNames, D>, &readText<&D::PreviousNames, D>, true, ""},
 };
 
 void readChartSymbol(P &p, const IniFile &ini, const QByteArray &s, const char *key, int probeIndex)

@@ -28,7 +28,8 @@ inline constexpr std::uint64_t DevicePort = 1ull << 0, ProbeCount = 1ull << 1, U
                                EmailFromAddress = 1ull << 21, EmailToAddress = 1ull << 22, SMTPUsername = 1ull << 23,
                                SMTPPassword = 1ull << 24, EmailSubjectText = 1ull << 25, EmailBodyText = 1ull << 26,
                                PlotLineWidth = 1ull << 27, QueryInterval = 1ull << 28, LoggingEnabled = 1ull << 29,
-                               LogQueryFailures = 1ull << 30, ShowProbeNamesInLegend = 1ull << 31;
+                               LogQueryFailures = 1ull << 30, ShowProbeNamesInLegend = 1ull << 31,
+                               PreviousNames = 1ull << 32;
 }
 
 // Probe changed-keys bits. The probe has more keys than the mask has bits,

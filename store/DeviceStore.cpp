@@ -315,6 +315,7 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
     DeviceRecord copy;
     copyDeviceRecord(&copy, edited);
     copy.DeviceName = live->DeviceName;
+    copy.PreviousNames = live->PreviousNames;
     copy.LastContactTimeVal = live->LastContactTimeVal;
     copy.QueryFailureCount = live->QueryFailureCount;
     copy.QueryDue = live->QueryDue;
@@ -425,6 +426,9 @@ bool DeviceStore::renameDevice(int slot, const QByteArray &newName)
     }
     device->DeviceName = newName;
     device->markChanged(DeviceBit::DeviceName);
+    // Its files stay under the old name; the chart history is read from them.
+    addPreviousName(*device, oldName);
+    device->markChanged(DeviceBit::PreviousNames);
     // A file that does not exist yet under the new name gets every key, so
     // that nothing of the device's settings stays behind in the old file.
     const bool saved = saveDeviceFile(slot, SaveKeys::Changed);
@@ -440,7 +444,8 @@ void DeviceStore::logSavedKeys(const DeviceRecord &device, const std::vector<Wri
     const int probes = device.probeSlots();
     std::vector<QList<QByteArray>> lines(static_cast<std::size_t>(probes));
     for (const WrittenKey &k : written) {
-        if (k.key == "LastContactTimeVal")
+        // Kept by the program, not set by anyone: not a settings change.
+        if (k.key == "LastContactTimeVal" || k.key == "PreviousNames")
             continue;
         const QByteArray line =
             k.key + " saved as " + (isPasswordKey(k.key) ? QByteArray("(hidden)") : '"' + k.value + '"');

@@ -161,6 +161,31 @@ QByteArray renamedProbeFilePath(const QByteArray &path, const QByteArray &oldNam
     return path.left(slash + 1) + newName + file.mid(oldName.size());
 }
 
+QList<QByteArray> previousNames(const DeviceFields &device)
+{
+    QList<QByteArray> names;
+    for (const QByteArray &name : device.PreviousNames.bytes().split('/'))
+        if (!name.isEmpty())
+            names.append(name);
+    return names;
+}
+
+void addPreviousName(DeviceFields &device, const QByteArray &oldName)
+{
+    // Kept to what the histories can reach back to, however often renamed.
+    constexpr int kKept = 8;
+    const QByteArray current = device.DeviceName.bytes();
+    QList<QByteArray> names = previousNames(device);
+    names.removeIf([&](const QByteArray &n) {
+        return n.compare(oldName, Qt::CaseInsensitive) == 0 || n.compare(current, Qt::CaseInsensitive) == 0;
+    });
+    names.append(oldName);
+    // The oldest go first when the names no longer fit the field.
+    while (names.size() > kKept || (names.size() > 1 && names.join('/').size() >= qsizetype(device.PreviousNames.capacity)))
+        names.removeFirst();
+    device.PreviousNames = names.join('/');
+}
+
 std::unique_ptr<DeviceRecord> newDeviceRecord(const QByteArray &dataFolder, const QByteArray &name,
                                               const QByteArray &model, int port, int probeCount)
 {

@@ -6,6 +6,9 @@
 #include "store/TimeHistory.h"
 #include "store/ValueHistory.h"
 
+#include <QByteArray>
+#include <QList>
+
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -185,6 +188,9 @@ struct DeviceFields : ChangeMasks {
     FixedText<257> SMTPPassword;
     FixedText<257> EmailSubjectText;
     FixedText<257> EmailBodyText;
+    // The names the device had before, oldest first, joined by "/" (which
+    // no device name holds): their data files still hold its history.
+    FixedText<1025> PreviousNames;
 
     DeviceFields()
     {
@@ -242,6 +248,10 @@ QByteArray probeFilePath(const QByteArray &folder, const QByteArray &deviceName,
 // changed from `oldName` to `newName`; the folders, and a file named any
 // other way, stay as they are.
 QByteArray renamedProbeFilePath(const QByteArray &path, const QByteArray &oldName, const QByteArray &newName);
+// The device's former names, oldest first.
+QList<QByteArray> previousNames(const DeviceFields &device);
+// Adds `oldName` as the newest former name; a name taken back leaves the list.
+void addPreviousName(DeviceFields &device, const QByteArray &oldName);
 
 // A device at 127.0.0.1 with `probeCount` enabled temperature probes named
 // "Probe 1"..., logging on, its probe files in the data folder's "Logs" and

@@ -104,6 +104,69 @@ TEST(HistoryReload, ARestartAfterMidnightGetsBackTheSamplesOfBothDays)
     EXPECT_NEAR(d.NextSampleTime, double(f.clock.now()), 30);
 }
 
+TEST(HistoryReload, ARenamedDeviceKeepsItsHistoryAcrossARestartAndAnotherRename)
+{
+    NetFixture f;
+    devsim::SimDevice device = simDevice("Model R4", {70, 40});
+    device.probes[0].scenario.kind = devsim::Scenario::Kind::Sine;
+    device.probes[0].scenario.amplitude = 8;
+    device.probes[0].scenario.period = 300;
+    f.addSimulated(device, {ProbeType::Temperature, ProbeType::Temperature});
+    DeviceRecord &live = *f.store().deviceForUpdate(0);
+    live.QueryInterval = 30;
+    live.DeviceName = "Server Room";
+    for (int i = 0; i < 2; ++i)
+        live.probe(i)->DataLogFile = probeFilePath(f.store().folder().data(), "Server Room", i + 1, "P" + QByteArray::number(i + 1), "csv");
+    f.store().currentDateText = "11-14-26";
+    QueryCycle cycle(f.store(), f.session);
+    NoAlertActions actions;
+    AlarmEvaluation evaluation(actions);
+    cycle.setEvaluation(&evaluation);
+    // Yesterday's files went to their dated folder at midnight, under the old name.
+    const std::int64_t start = localTime(23, 55);
+    runQueries(f, cycle, start, 20);
+    auto renamed = [&](const char *name) {
+        auto copy = workingCopy(*f.store().device(0));
+        copy->DeviceName = name;
+        ASSERT_TRUE(f.store().commitDevice(0, *copy));
+    };
+    renamed("Server Hall");
+    runQueries(f, cycle, start + 600, 10);
+    renamed("Machine Room");
+    const auto before = runQueries(f, cycle, start + 900, 10);
+    std::vector<double> shown;
+    const DeviceRecord &d0 = *f.store().device(0);
+    for (int index = TimeHistory::kNewest - 39; index <= TimeHistory::kNewest; ++index)
+        shown.push_back(d0.probe(0)->Values.at(index));
+    // Every file stays where and as it was.
+    const QString data = QFile::decodeName(f.store().folder().data());
+    EXPECT_TRUE(QFile::exists(data + "/11-14-26/Server Room-Probe01-(P1).csv"));
+    EXPECT_TRUE(QFile::exists(data + "/Server Room-Probe01-(P1).csv"));
+    EXPECT_TRUE(QFile::exists(data + "/Server Hall-Probe01-(P1).csv"));
+    EXPECT_TRUE(QFile::exists(data + "/Machine Room-Probe01-(P1).csv"));
+    ASSERT_TRUE(f.store().writeDeviceFile(0, false));
+    EXPECT_TRUE(readFile(f.store().folder().deviceFile("Machine Room")).contains("PreviousNames=Server Room/Server Hall\r\n"));
+
+    f.clock.set(start + 1260);
+    DeviceStore &store = f.restart();
+    store.readProgramSettings();
+    ASSERT_EQ(store.deviceCount(), 1);
+    HistoryLoader loader(store);
+    ASSERT_TRUE(loadAll(loader, double(f.clock.now())));
+    const DeviceRecord &d = *store.device(0);
+    EXPECT_EQ(d.DeviceName.bytes(), "Machine Room");
+    // The 40 queries come back in order, then the minutes it was off.
+    int end = TimeHistory::kNewest;
+    while (end > 0 && d.probe(0)->Values.at(end) == kNoValue)
+        --end;
+    for (int k = 0; k < 40; ++k) {
+        SCOPED_TRACE(k);
+        EXPECT_NEAR(d.probe(0)->Values.at(end - 39 + k), shown[std::size_t(k)], 0.051);
+    }
+    EXPECT_NEAR(d.Times.at(end), before.back()[0].time, 1.0);
+    EXPECT_EQ(d.probe(0)->Values.at(end - 40), kNoValue);
+}
+
 TEST(HistoryReload, SamplesTakenWhileLoadingFollowTheLoadedOnesAndBadLinesAreSkipped)
 {
     DataFolderFixture f;
