@@ -3,6 +3,8 @@
 #include <QFile>
 
 #include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -42,7 +44,53 @@ void syncFolderOf(const QByteArray &path)
     }
 }
 
+// The file a path leads to through symbolic links (the path itself when it
+// is none, or a link leads nowhere readable).
+QByteArray linkTarget(const QByteArray &path)
+{
+    QByteArray p = path;
+    for (int hops = 0; hops < 40; ++hops) {
+        struct stat st {};
+        if (::lstat(p.constData(), &st) != 0 || !S_ISLNK(st.st_mode))
+            return p;
+        QByteArray link(PATH_MAX, '\0');
+        const ssize_t n = ::readlink(p.constData(), link.data(), std::size_t(link.size()));
+        if (n <= 0 || n >= link.size())
+            return p;
+        link.truncate(n);
+        if (!link.startsWith('/'))
+            link = p.left(p.lastIndexOf('/') + 1) + link;
+        p = link;
+    }
+    return p;
+}
+
 } // namespace
+
+mode_t newFileMode()
+{
+    // Read, not set and put back: another thread may be creating a file.
+    mode_t mask = 022;
+    bool found = false;
+    const int fd = ::open("/proc/self/status", O_RDONLY | O_CLOEXEC);
+    if (fd >= 0) {
+        char buf[4096];
+        const ssize_t n = ::read(fd, buf, sizeof buf - 1);
+        ::close(fd);
+        if (n > 0) {
+            buf[n] = '\0';
+            if (const char *line = std::strstr(buf, "\nUmask:")) {
+                mask = mode_t(std::strtoul(line + 7, nullptr, 8));
+                found = true;
+            }
+        }
+    }
+    if (!found) {
+        mask = ::umask(022);
+        ::umask(mask);
+    }
+    return 0666 & ~mask;
+}
 
 int writeFully(int fd, const QByteArray &bytes, qsizetype *written)
 {
@@ -73,11 +121,11 @@ bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *
             *error = QString::fromLocal8Bit(std::strerror(e));
         return false;
     };
-    const QByteArray target = QFile::encodeName(path);
+    const QByteArray target = linkTarget(QFile::encodeName(path));
     struct stat existing {};
     const bool exists = ::stat(target.constData(), &existing) == 0;
     const mode_t oldMode = existing.st_mode & 07777;
-    mode_t mode = exists ? oldMode : kPublicFileMode;
+    mode_t mode = exists ? oldMode : newFileMode();
     if (access == FileAccess::OwnerOnly)
         mode = kPrivateFileMode;
     if (narrowed)

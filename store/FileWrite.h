@@ -11,10 +11,12 @@ namespace cz {
 // Who may read a saved file. Files that can hold a password (device files,
 // mail scripts and their working files) are the owner's alone, even when
 // they were once saved with a wider mode; other files keep the mode they
-// have, and a new one is readable by everyone.
+// have, and a new one gets the mode the user's umask gives.
 enum class FileAccess { Shared, OwnerOnly };
 inline constexpr mode_t kPrivateFileMode = 0600;
-inline constexpr mode_t kPublicFileMode = 0644;
+
+// The mode a new shared file gets: 0666 less the process's umask.
+mode_t newFileMode();
 
 // Writes all of `bytes` to `fd`; 0, or the errno of the failure, with
 // `written` (when given) the bytes that went in before it.
@@ -23,7 +25,7 @@ int writeFully(int fd, const QByteArray &bytes, qsizetype *written = nullptr);
 // Writes `bytes` to `path` through a temporary file in the same folder,
 // flushed to disk before it replaces the old file, and the folder flushed
 // after, so that a crash, a power loss or a full disk leaves the old file
-// whole. `narrowed` (when given) tells whether an owner-only file had been
+// whole. A symbolic link stays: the file it leads to is the one replaced. `narrowed` (when given) tells whether an owner-only file had been
 // readable by others until now.
 bool writeFileAtomically(const QString &path, const QByteArray &bytes, QString *error,
                          FileAccess access = FileAccess::Shared, bool *narrowed = nullptr);

@@ -14,7 +14,8 @@ void appendToFile(const QByteArray &path, const QByteArray &bytes)
 {
     if (path.isEmpty())
         return;
-    const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    // A new file gets the mode the umask gives, as any program's would.
+    const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (fd < 0)
         return;
     // On a full disk an entry may go in part: take it back, so the file

@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QRandomGenerator>
 #include <QThread>
 
@@ -17,6 +18,7 @@
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace cz;
 using namespace cz::test;
@@ -188,6 +190,64 @@ TEST(FileSafety, FilesThatCanHoldAPasswordAreTheOwnersAloneEvenIfTheyWereNot)
 }
 
 // A probe name as a device's "/config" page could send it.
+// The program as a user with umask 027 runs it, with a device file that is
+// a symbolic link into a folder of the user's own.
+TEST(FileSafety, NewFilesTakeTheUmaskAndASavedLinkStaysALink)
+{
+    DataFolderFixture f;
+    QDir().mkpath(QFile::decodeName(f.path("Devices")));
+    QDir().mkpath(QFile::decodeName(f.path("kept")));
+    writeFile(f.path("Corvanta Zephtra.ini"), "[Devices]\r\nDevice001=Lab\r\n");
+    const QByteArray original = "[Device]\r\nDeviceName=Lab\r\nProbeCount=1\r\nLoggingEnabled=1\r\n"
+                                "[Probe01]\r\nProbeNumber=1\r\nProbeName=Intake\r\nProbeEnabled=1\r\n";
+    writeFile(f.path("kept/Lab.ini"), original);
+    ::chmod(f.path("kept/Lab.ini").constData(), 0600);
+    ASSERT_EQ(::symlink("../kept/Lab.ini", f.path("Devices/Lab.ini").constData()), 0);
+
+    QProcess program;
+    program.setChildProcessModifier([] { ::umask(027); });
+    program.start(programPath(), {"--headless", "--data-dir", f.dir.path()});
+    QByteArray out;
+    ASSERT_TRUE(waitForOutput(program, "Press Ctrl+C", out)) << out.constData();
+    ::kill(pid_t(program.processId()), SIGTERM);
+    ASSERT_TRUE(program.waitForFinished(20000));
+    ASSERT_EQ(program.exitCode(), 0);
+
+    auto mode = [&](const char *relative) {
+        struct stat st {};
+        return ::lstat(f.path(relative).constData(), &st) == 0 ? int(st.st_mode & 07777) : -1;
+    };
+    EXPECT_EQ(mode("Templates/DeviceTemplate.txt"), 0640);
+    EXPECT_EQ(mode("Templates/DefaultEmailTemplate.txt"), 0640);
+    EXPECT_EQ(mode("Help/CorvantaZephtra_Help.html"), 0640);
+    EXPECT_EQ(mode("Logs/Lab-Probe01-(Intake).log"), 0640);
+    // An existing file keeps its mode; one that can hold a password is the owner's.
+    EXPECT_EQ(mode("kept/Lab.ini"), 0600);
+
+    struct stat link {};
+    ASSERT_EQ(::lstat(f.path("Devices/Lab.ini").constData(), &link), 0);
+    EXPECT_TRUE(S_ISLNK(link.st_mode));
+    const QByteArray saved = readFile(f.path("kept/Lab.ini"));
+    EXPECT_NE(saved, original);
+    EXPECT_TRUE(saved.contains("LastContactTimeVal=")) << saved.constData();
+    EXPECT_TRUE(QDir(QFile::decodeName(f.path("Devices"))).entryList(QDir::Files | QDir::Hidden).size() == 1);
+}
+
+TEST(FileSafety, AFileSavedAnewTakesTheUmaskModeAndOnlyPasswordFilesAreNarrowed)
+{
+    DataFolderFixture f;
+    const mode_t before = ::umask(027);
+    const QString shared = f.dir.filePath("shared.txt"), secret = f.dir.filePath("secret.ini");
+    ASSERT_TRUE(writeFileAtomically(shared, "a", nullptr));
+    ASSERT_TRUE(writeFileAtomically(secret, "b", nullptr, FileAccess::OwnerOnly));
+    ::umask(before);
+    struct stat st {};
+    ASSERT_EQ(::stat(QFile::encodeName(shared).constData(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0640u);
+    ASSERT_EQ(::stat(QFile::encodeName(secret).constData(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0600u);
+}
+
 TEST(FileSafety, LineBreaksFromADeviceCannotAddAKey)
 {
     DataFolderFixture f;
