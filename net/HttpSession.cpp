@@ -1,11 +1,14 @@
 #include "net/HttpSession.h"
 
+#include "net/NameLookups.h"
+
 #include <QMetaObject>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <curl/curl.h>
 #include <deque>
 #include <mutex>
@@ -38,6 +41,26 @@ QByteArray curlProxyAddress(const QByteArray &address)
             return entry.mid(5);
     }
     return {};
+}
+
+// The host and port of an "http://host:port/..." address; empty when it
+// has none.
+std::pair<QByteArray, long> hostAndPort(const QByteArray &url, long defaultPort)
+{
+    CURLU *u = curl_url();
+    std::pair<QByteArray, long> out{QByteArray(), defaultPort};
+    const QByteArray full = url.contains("://") ? url : "http://" + url;
+    if (curl_url_set(u, CURLUPART_URL, full.constData(), 0) == CURLUE_OK) {
+        char *host = nullptr, *port = nullptr;
+        if (curl_url_get(u, CURLUPART_HOST, &host, 0) == CURLUE_OK)
+            out.first = host;
+        if (curl_url_get(u, CURLUPART_PORT, &port, 0) == CURLUE_OK)
+            out.second = std::strtol(port, nullptr, 10);
+        curl_free(host);
+        curl_free(port);
+    }
+    curl_url_cleanup(u);
+    return out;
 }
 
 } // namespace
@@ -77,8 +100,16 @@ struct HttpSession::Attempt {
     QByteArray body;
     bool opened = false;
     bool connected = false;
+    std::int64_t startedMs = 0;
     std::int64_t lastActivityMs = 0;
+    // The name this attempt's connection needs looked up (the proxy's when
+    // it has one), its port, and libcurl's list of its addresses once known.
+    QByteArray lookupHost;
+    long lookupPort = 0;
+    curl_slist *resolved = nullptr;
     char errorBuffer[CURL_ERROR_SIZE] = {};
+
+    ~Attempt() { curl_slist_free_all(resolved); }
 
     static size_t onHeader(char *data, size_t size, size_t count, void *self)
     {
@@ -117,6 +148,7 @@ public:
         static std::once_flag once;
         std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
         multi_ = curl_multi_init();
+        lookups_ = std::make_unique<NameLookups>([this] { curl_multi_wakeup(multi_); });
         thread_ = std::thread([this] { run(); });
     }
     ~Worker()
@@ -127,6 +159,7 @@ public:
         }
         curl_multi_wakeup(multi_);
         thread_.join();
+        lookups_.reset();  // a lookup that returns later wakes nothing
         for (auto &[easy, attempt] : active_) {
             curl_multi_remove_handle(multi_, easy);
             curl_easy_cleanup(easy);
@@ -172,6 +205,7 @@ private:
                 cancelled_.clear();
             }
             startWaiting();
+            serveLookups();
             int running = 0;
             curl_multi_perform(multi_, &running);
             int left = 0;
@@ -186,44 +220,89 @@ private:
 
     void startWaiting()
     {
-        while (!waiting_.empty() && int(active_.size()) < std::max(1, maxParallel.load())) {
+        const std::int64_t now = monotonicMs();
+        while (!waiting_.empty() &&
+               int(active_.size() + resolving_.size()) < std::max(1, maxParallel.load())) {
             std::unique_ptr<Attempt> a = std::move(waiting_.front());
             waiting_.pop_front();
-            CURL *easy = curl_easy_init();
-            a->easy = easy;
-            a->lastActivityMs = monotonicMs();
-            curl_easy_setopt(easy, CURLOPT_URL, a->url.constData());
-            curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http");
-            curl_easy_setopt(easy, CURLOPT_USERAGENT, kUserAgent);
-            curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, long(connectMs.load()));
-            curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(totalMs.load()));
-            curl_easy_setopt(easy, CURLOPT_HTTP09_ALLOWED, 1L);
-            curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-            // A name lookup runs on a resolver thread of its own. When the
-            // attempt ends before the lookup does (a hanging DNS server),
-            // the thread is left to finish and free itself instead of being
-            // waited for: this worker serves every device and must not
-            // stall behind one device's lookup.
-            curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-            curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, a->errorBuffer);
-            curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Attempt::onHeader);
-            curl_easy_setopt(easy, CURLOPT_HEADERDATA, a.get());
-            curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Attempt::onBody);
-            curl_easy_setopt(easy, CURLOPT_WRITEDATA, a.get());
-            curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, &Attempt::onConnected);
-            curl_easy_setopt(easy, CURLOPT_PREREQDATA, a.get());
+            a->startedMs = now;
             const QByteArray proxy = curlProxyAddress(a->proxy.address);
-            curl_easy_setopt(easy, CURLOPT_PROXY, proxy.constData());
-            // A port written in the address wins over this one.
-            if (!proxy.isEmpty() && a->proxy.port > 0 && a->proxy.port < 65536)
-                curl_easy_setopt(easy, CURLOPT_PROXYPORT, long(a->proxy.port));
-            if (!proxy.isEmpty() && !a->proxy.userName.isEmpty()) {
-                curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, a->proxy.userName.constData());
-                curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, a->proxy.password.constData());
-            }
-            curl_multi_add_handle(multi_, easy);
-            active_.emplace(easy, std::move(a));
+            std::tie(a->lookupHost, a->lookupPort) =
+                proxy.isEmpty() ? hostAndPort(a->url, 80)
+                                : hostAndPort(proxy, a->proxy.port > 0 && a->proxy.port < 65536 ? a->proxy.port : 1080);
+            if (a->lookupHost.isEmpty() || NameLookups::isNumeric(a->lookupHost) ||
+                a->lookupHost.compare("localhost", Qt::CaseInsensitive) == 0)
+                launch(std::move(a));
+            else
+                resolving_.push_back(std::move(a));
         }
+    }
+
+    // Attempts waiting for their name: started once it is known, failed
+    // when it cannot be, or when the connect time-out passes first.
+    void serveLookups()
+    {
+        const std::int64_t now = monotonicMs();
+        for (auto it = resolving_.begin(); it != resolving_.end();) {
+            Attempt &a = **it;
+            const NameLookups::Answer answer = lookups_->lookUp(a.lookupHost, now);
+            if (answer.state == NameLookups::State::Pending && now - a.startedMs < connectMs.load()) {
+                ++it;
+                continue;
+            }
+            std::unique_ptr<Attempt> ready = std::move(*it);
+            it = resolving_.erase(it);
+            if (answer.state == NameLookups::State::Resolved) {
+                const QByteArray entry = ready->lookupHost + ':' + QByteArray::number(qlonglong(ready->lookupPort)) +
+                                         ':' + answer.addresses;
+                ready->resolved = curl_slist_append(nullptr, entry.constData());
+                launch(std::move(ready));
+            } else {
+                const bool viaProxy = !ready->proxy.address.isEmpty();
+                complete(std::move(ready), answer.state == NameLookups::State::Failed
+                                               ? (viaProxy ? CURLE_COULDNT_RESOLVE_PROXY : CURLE_COULDNT_RESOLVE_HOST)
+                                               : CURLE_OPERATION_TIMEDOUT);
+            }
+        }
+    }
+
+    void launch(std::unique_ptr<Attempt> a)
+    {
+        // Time spent waiting for the name counts, as it does in libcurl.
+        const std::int64_t waited = monotonicMs() - a->startedMs;
+        CURL *easy = curl_easy_init();
+        a->easy = easy;
+        a->lastActivityMs = monotonicMs();
+        curl_easy_setopt(easy, CURLOPT_URL, a->url.constData());
+        curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http");
+        curl_easy_setopt(easy, CURLOPT_USERAGENT, kUserAgent);
+        curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, long(std::max<std::int64_t>(1, connectMs.load() - waited)));
+        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, long(std::max<std::int64_t>(1, totalMs.load() - waited)));
+        curl_easy_setopt(easy, CURLOPT_HTTP09_ALLOWED, 1L);
+        curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+        // Names are looked up before (NameLookups), so libcurl starts no
+        // resolver thread of its own.
+        if (a->resolved)
+            curl_easy_setopt(easy, CURLOPT_RESOLVE, a->resolved);
+        curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+        curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, a->errorBuffer);
+        curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Attempt::onHeader);
+        curl_easy_setopt(easy, CURLOPT_HEADERDATA, a.get());
+        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Attempt::onBody);
+        curl_easy_setopt(easy, CURLOPT_WRITEDATA, a.get());
+        curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, &Attempt::onConnected);
+        curl_easy_setopt(easy, CURLOPT_PREREQDATA, a.get());
+        const QByteArray proxy = curlProxyAddress(a->proxy.address);
+        curl_easy_setopt(easy, CURLOPT_PROXY, proxy.constData());
+        // A port written in the address wins over this one.
+        if (!proxy.isEmpty() && a->proxy.port > 0 && a->proxy.port < 65536)
+            curl_easy_setopt(easy, CURLOPT_PROXYPORT, long(a->proxy.port));
+        if (!proxy.isEmpty() && !a->proxy.userName.isEmpty()) {
+            curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, a->proxy.userName.constData());
+            curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, a->proxy.password.constData());
+        }
+        curl_multi_add_handle(multi_, easy);
+        active_.emplace(easy, std::move(a));
     }
 
     // A connected transfer that has received nothing for the receive time-out.
@@ -250,6 +329,11 @@ private:
         active_.erase(it);
         curl_multi_remove_handle(multi_, easy);
         curl_easy_cleanup(easy);
+        complete(std::move(a), code);
+    }
+
+    void complete(std::unique_ptr<Attempt> a, CURLcode code)
+    {
         const bool opened = a->opened;
         const QByteArray error = opened || code == CURLE_OK
                                      ? QByteArray()
@@ -266,6 +350,9 @@ private:
     {
         waiting_.erase(std::remove_if(waiting_.begin(), waiting_.end(), [id](const auto &a) { return a->id == id; }),
                        waiting_.end());
+        resolving_.erase(
+            std::remove_if(resolving_.begin(), resolving_.end(), [id](const auto &a) { return a->id == id; }),
+            resolving_.end());
         for (auto it = active_.begin(); it != active_.end(); ++it) {
             if (it->second->id == id) {
                 curl_multi_remove_handle(multi_, it->first);
@@ -285,7 +372,9 @@ private:
     std::vector<quint64> cancelled_;
     // Worker thread only:
     std::deque<std::unique_ptr<Attempt>> waiting_;
+    std::vector<std::unique_ptr<Attempt>> resolving_;  // waiting for their name
     std::unordered_map<CURL *, std::unique_ptr<Attempt>> active_;
+    std::unique_ptr<NameLookups> lookups_;
 };
 
 HttpSession::HttpSession(QObject *parent) : QObject(parent), worker_(std::make_unique<Worker>(this)) {}

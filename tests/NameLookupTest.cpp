@@ -90,3 +90,69 @@ TEST(NameLookup, AHangingLookupHoldsBackNoOtherDeviceAndEndsAtTheConnectDeadline
     EXPECT_LT(firstAttemptFailedMs, 6500);
     EXPECT_TRUE(readFile(f.store().folder().internetErrorLog()).contains(": The operation timed out\r\n"));
 }
+
+namespace {
+
+int threadsOfThisProcess()
+{
+    const QList<QByteArray> lines = readFile("/proc/self/status").split('\n');
+    for (const QByteArray &line : lines)
+        if (line.startsWith("Threads:"))
+            return line.mid(8).trimmed().toInt();
+    return -1;
+}
+
+} // namespace
+
+// Every attempt of every query of a device whose name never resolves used
+// to leave one more resolver thread behind; now the one lookup in flight
+// is waited for, and the attempts fail at their deadline as before.
+TEST(NameLookup, AHangingNameHasOneLookupInFlightHoweverOftenItIsQueried)
+{
+    NetFixture f;
+    f.session.setTimeouts(300, 300, 600);
+    QueryCycle cycle(f.store(), f.session);
+    RecordingEvaluation evaluation;
+    cycle.setEvaluation(&evaluation);
+    DeviceRecord &hanging = addDevice(f.store(), "Hanging", "Model R4", 80, {ProbeType::Temperature});
+    hanging.DeviceAddress = kHangingName;
+    hanging.QueryInterval = 1;
+    // A second device on the same name, and a healthy one by name.
+    DeviceRecord &twin = addDevice(f.store(), "Twin", "Model R4", 81, {ProbeType::Temperature});
+    twin.DeviceAddress = kHangingName;
+    twin.QueryInterval = 1;
+    f.addSimulated(simDevice("Model R4", {70.5}, "Healthy"), {ProbeType::Temperature}).QueryInterval = 1;
+    f.store().deviceForUpdate(2)->DeviceAddress = "localhost";
+
+    const int lookupsBefore = hangingLookups.load();
+    const int threadsBefore = threadsOfThisProcess();
+    int maxThreads = threadsBefore;
+    for (int second = 0; second < 8; ++second) {
+        cycle.tick();
+        ASSERT_TRUE(waitUntil([&] { return cycle.queriesInFlight() == 0; }, 10000));
+        maxThreads = std::max(maxThreads, threadsOfThisProcess());
+        f.clock.advance(1);
+    }
+    // 8 queries of 3 attempts for each of two devices: one lookup.
+    EXPECT_LE(hangingLookups.load() - lookupsBefore, 1);
+    EXPECT_LE(maxThreads - threadsBefore, 2);
+    EXPECT_GE(evaluation.textsFor(2).size(), 8);
+    EXPECT_TRUE(evaluation.textsFor(0).isEmpty());
+    const QByteArray log = readFile(f.store().folder().internetErrorLog());
+    EXPECT_GE(log.count(": The operation timed out\r\n"), 8 * 3);
+}
+
+TEST(NameLookup, ANameThatDoesNotExistIsReportedInTheDevicesWords)
+{
+    NetFixture f;
+    QueryCycle cycle(f.store(), f.session);
+    RecordingEvaluation evaluation;
+    cycle.setEvaluation(&evaluation);
+    DeviceRecord &missing = addDevice(f.store(), "Missing", "Model R4", 80, {ProbeType::Temperature});
+    missing.DeviceAddress = "no-such-device.invalid";
+    cycle.tick();
+    ASSERT_TRUE(waitUntil([&] { return cycle.queriesInFlight() == 0; }, 20000));
+    EXPECT_EQ(readFile(f.store().folder().internetErrorLog()).count(
+                  ": The server name or address could not be resolved\r\n"),
+              3);
+}
