@@ -126,8 +126,17 @@ struct MetricsServer::Callbacks {
         }
         if (!*requestContext) {
             *requestContext = &refused;
-            if (auto it = self->open_.find(connection); it != self->open_.end())
-                it->second.inRequest = true;
+            if (auto it = self->open_.find(connection); it != self->open_.end()) {
+                Connection &c = it->second;
+                const qint64 now = self->clock_.elapsed();
+                c.backToBack = now - c.idleSinceMs <= kBackToBackMs && c.requestSinceMs ? c.backToBack + 1 : 0;
+                c.inRequest = true;
+                c.requestSinceMs = now;
+                // Requests queued back to back: this one is answered, and
+                // the connection closed with the rest unread.
+                if (c.backToBack >= kMaxPipelined)
+                    c.backToBack = -1;
+            }
             if (requestHeadBytes(connection, url, method, version) > size_t(kMaxHeadBytes))
                 return respond(connection, MHD_HTTP_REQUEST_HEADER_FIELDS_TOO_LARGE, "Request head too large.\n",
                                plain, true);
@@ -140,9 +149,11 @@ struct MetricsServer::Callbacks {
             *requestContext = &accepted;
             return MHD_YES;
         }
+        const auto it = self->open_.find(connection);
+        const bool close = it != self->open_.end() && it->second.backToBack < 0;
         if (std::strcmp(url, "/metrics") != 0)
-            return respond(connection, MHD_HTTP_NOT_FOUND, "Not found: the metrics are at /metrics.\n", plain, false);
-        return respond(connection, MHD_HTTP_OK, self->page_(), kContentType, false);
+            return respond(connection, MHD_HTTP_NOT_FOUND, "Not found: the metrics are at /metrics.\n", plain, close);
+        return respond(connection, MHD_HTTP_OK, self->page_(), kContentType, close);
     }
 
     static void requestEnded(void *cls, MHD_Connection *connection, void **, MHD_RequestTerminationCode)
@@ -162,7 +173,10 @@ struct MetricsServer::Callbacks {
             return;
         }
         const MHD_ConnectionInfo *info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
-        self->open_[connection] = Connection{info ? int(info->connect_fd) : -1, false, self->clock_.elapsed(), false};
+        Connection c;
+        c.fd = info ? int(info->connect_fd) : -1;
+        c.idleSinceMs = self->clock_.elapsed();
+        self->open_[connection] = c;
     }
 };
 
@@ -220,8 +234,9 @@ bool MetricsServer::listen(const MetricsAddress &address, QString *error)
 
 void MetricsServer::admit(qintptr fd)
 {
+    closeUndrainedConnections();
     const auto serving = std::count_if(open_.begin(), open_.end(), [](const auto &c) { return !c.second.evicted; });
-    if (serving >= kMaxConnections && !evictIdleConnection()) {
+    if (serving >= kMaxConnections && !evictStalledConnection()) {
         ::close(int(fd));  // refused at once
         return;
     }
@@ -233,28 +248,48 @@ void MetricsServer::admit(qintptr fd)
     run();
 }
 
-// The connection that has waited longest without a request in progress
-// (one that never sent a whole request head, or is between requests) makes
-// room for a new one.
-bool MetricsServer::evictIdleConnection()
+// The connection stalled longest makes room for a new one: one that never
+// sent a whole request head or is between requests (idle since), or one
+// whose answer has waited a while to be read (in request since). A request
+// just arrived is being answered and keeps its place.
+bool MetricsServer::evictStalledConnection()
 {
+    const qint64 now = clock_.elapsed();
     Connection *oldest = nullptr;
     for (auto &[handle, c] : open_) {
-        if (!c.inRequest && !c.evicted && (!oldest || c.idleSinceMs < oldest->idleSinceMs))
+        if (c.evicted || c.fd < 0 || (c.inRequest && now - c.requestSinceMs < kStalledMs))
+            continue;
+        if (!oldest || c.stalledSinceMs() < oldest->stalledSinceMs())
             oldest = &c;
     }
-    if (!oldest || oldest->fd < 0)
+    if (!oldest)
         return false;
-    oldest->evicted = true;
-    ::shutdown(oldest->fd, SHUT_RDWR);
+    close(*oldest);
     run();
     return true;
+}
+
+// A client that asks and does not read its answer (its window full) is let
+// go once the answer has waited kDrainMs.
+void MetricsServer::closeUndrainedConnections()
+{
+    const qint64 now = clock_.elapsed();
+    for (auto &[handle, c] : open_)
+        if (c.inRequest && !c.evicted && c.fd >= 0 && now - c.requestSinceMs >= kDrainMs)
+            close(c);
+}
+
+void MetricsServer::close(Connection &c)
+{
+    c.evicted = true;
+    ::shutdown(c.fd, SHUT_RDWR);
 }
 
 void MetricsServer::run()
 {
     if (!daemon_)
         return;
+    closeUndrainedConnections();
     MHD_run(daemon_);
     // Idle connections are closed by the runs this timer makes.
     MHD_UNSIGNED_LONG_LONG wait = 0;

@@ -2,8 +2,11 @@
 // waits on anything but building the page from what is in memory. HTTP is
 // libmicrohttpd's, run on the event loop; the port is guarded against
 // hostile clients: only GET and HEAD of "/metrics" are answered, request
-// heads are capped, bodies refused, idle connections closed, and the number
-// of connections held is bounded.
+// heads are capped, bodies refused, idle connections closed, an answer
+// that is not read within a few seconds closes its connection, pipelined
+// requests are not queued beyond a few, and the number of connections held
+// is bounded: when it is reached, the connection stalled longest (idle, or
+// not reading its answer) makes room.
 #pragma once
 
 #include <QElapsedTimer>
@@ -38,8 +41,17 @@ class MetricsServer : public QObject {
     Q_OBJECT
 public:
     // Connections served at once; one more is refused at once unless a
-    // connection that is not in the middle of a request can make room.
+    // stalled connection can make room.
     static constexpr int kMaxConnections = 64;
+    // An answer must be taken within this long, or its connection is closed.
+    static constexpr int kDrainMs = 3000;
+    // A request in progress for this long counts as stalled when room is needed.
+    static constexpr int kStalledMs = 500;
+    // Requests that come back to back (pipelined) on one connection before
+    // it is closed after answering.
+    static constexpr int kMaxPipelined = 4;
+    // A request within this long of the previous one's end is back to back.
+    static constexpr int kBackToBackMs = 50;
     // A connection that sends and takes nothing for this long is closed.
     static constexpr int kIdleSeconds = 10;
     // The longest request head answered; a longer one gets 431.
@@ -61,13 +73,18 @@ private:
     class Listener;
     struct Connection {
         int fd = -1;
-        bool inRequest = false;  // a request head has arrived and is being answered
-        qint64 idleSinceMs = 0;  // when it was accepted or its last request ended
+        bool inRequest = false;     // a request head has arrived and is being answered
+        qint64 idleSinceMs = 0;     // when it was accepted or its last request ended
+        qint64 requestSinceMs = 0;  // when the request in progress arrived
+        int backToBack = 0;         // requests in a row that came as the previous ended
         bool evicted = false;
+        qint64 stalledSinceMs() const { return inRequest ? requestSinceMs : idleSinceMs; }
     };
 
     void admit(qintptr fd);
-    bool evictIdleConnection();
+    bool evictStalledConnection();
+    void closeUndrainedConnections();
+    void close(Connection &c);
     void run();
 
     // libmicrohttpd's callbacks.

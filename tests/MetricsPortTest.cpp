@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -281,4 +282,74 @@ TEST_F(HostileClients, FloodsUploadsAndNonReadersLeaveMonitoringAndAPoliteScrape
     ASSERT_GE(times.size(), 10);
     for (int i = 1; i < times.size(); ++i)
         EXPECT_LE(times[i - 1].secsTo(times[i]), 2) << "between " << times[i - 1].toString().toStdString();
+}
+
+// Seventy clients on the same address pipeline hundreds of requests each
+// and never read an answer (their receive windows tiny), and never let go;
+// each also opens one more such connection every second. A polite scraper
+// is answered all the while, and the program holds no more than its
+// connections' worth.
+TEST_F(HostileClients, PipeliningNonReadersDoNotShutOutAPoliteScraper)
+{
+    constexpr int kClients = 70;
+    constexpr int kPipelined = 400;
+    const qint64 pid = program.processId();
+    const int baseFiles = openFiles(pid);
+    QByteArray burst;
+    for (int i = 0; i < kPipelined; ++i)
+        burst += "GET /metrics HTTP/1.1\r\nHost: test\r\n\r\n";
+    auto hostile = [&] {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        int tiny = 2048;
+        ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &tiny, sizeof tiny);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
+            ::close(fd);
+            return -1;
+        }
+        ::fcntl(fd, F_SETFL, O_NONBLOCK);
+        ::send(fd, burst.constData(), size_t(burst.size()), MSG_NOSIGNAL);
+        return fd;
+    };
+    rlimit files{};
+    ::getrlimit(RLIMIT_NOFILE, &files);
+    files.rlim_cur = std::min<rlim_t>(files.rlim_max, 4096);
+    ::setrlimit(RLIMIT_NOFILE, &files);
+    std::atomic<bool> attacking{true};
+    std::thread attack([&] {
+        std::vector<int> fds;
+        for (int round = 0; attacking && fds.size() < 2000; ++round) {
+            fds.push_back(hostile());
+            // All seventy at first, then each once more every second.
+            if (round >= kClients)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1000 / kClients));
+        }
+        while (attacking)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        for (int fd : fds)
+            if (fd >= 0)
+                ::close(fd);
+    });
+    QThread::msleep(500);
+
+    int asked = 0, answered = 0, mostFiles = 0;
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < 12000) {
+        ++asked;
+        const QByteArray reply =
+            ask(port, "GET /metrics HTTP/1.1\r\nHost: prometheus\r\nConnection: close\r\n\r\n", 2000);
+        if (statusLine(reply) == "HTTP/1.1 200 OK" && reply.contains("corvanta_device_up{device=\"Lab\"} 1"))
+            ++answered;
+        mostFiles = std::max(mostFiles, openFiles(pid));
+        QThread::msleep(250);
+    }
+    attacking = false;
+    attack.join();
+    EXPECT_GE(answered, asked * 8 / 10) << answered << " of " << asked << " scrapes answered";
+    EXPECT_LT(mostFiles, baseFiles + MetricsServer::kMaxConnections + 20);
+    EXPECT_TRUE(waitUntil([&] { return openFiles(pid) <= baseFiles + 1; }, 30000)) << openFiles(pid);
 }
