@@ -128,7 +128,7 @@ void DesktopNotifier::deliver(Event event, const Target &target, const QString &
             addToStorm(r.event, r.target, r.critical);
             if (const uint id = ids_.value(r.number))
                 close(id);
-            else
+            else if (awaiting_.contains(r.number))
                 closeWhenShown_.insert(r.number);
         }
         addToStorm(event, target, critical);
@@ -205,12 +205,15 @@ void DesktopNotifier::send(const QString &summary, const QString &body, bool cri
                             {QStringLiteral("desktop-entry"), QStringLiteral("corvanta-zephtra")}};
     call << QStringLiteral("Corvanta Zephtra") << replaces << QStringLiteral("corvanta-zephtra") << summary << body
          << QStringList{QStringLiteral("default"), QStringLiteral("Show")} << hints << int(-1);
+    if (!isSummary)
+        awaiting_.insert(number);
     auto *watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call, 10000), this);
     const quint64 storm = stormNumber_;
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, target, number, storm](QDBusPendingCallWatcher *w) {
         w->deleteLater();
         const QDBusPendingReply<uint> reply = *w;
         const bool thisStorm = number == 0 && storm == stormNumber_;
+        awaiting_.remove(number);
         if (reply.isError()) {
             unavailable(reply.error().message());
             closeWhenShown_.remove(number);

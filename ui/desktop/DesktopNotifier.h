@@ -40,7 +40,10 @@ public:
     void setSummaryDelay(int ms) { summaryTimer_.setInterval(ms); }
     // Notifications whose ids are kept for clicks and closing: those on
     // screen and the summary.
-    int rememberedNotifications() const { return int(shown_.size() + ids_.size() + closeWhenShown_.size()); }
+    int rememberedNotifications() const
+    {
+        return int(shown_.size() + ids_.size() + closeWhenShown_.size() + awaiting_.size());
+    }
 
     void probeAlert(int slot, int probeIndex, AlarmEvaluation::AlertKind kind);
     void deviceStoppedAnswering(int slot);
@@ -102,6 +105,7 @@ private:
     quint64 sent_ = 0;                  // notifications sent, summaries included
     QHash<quint64, uint> ids_;          // the server's id of each recent one
     QSet<quint64> closeWhenShown_;      // recent ones a storm took in before their id came
+    QSet<quint64> awaiting_;            // singles whose call has not answered yet
     Storm storm_;
     QTimer summaryTimer_;
     QTimer retryTimer_;                 // sends a summary again whose call failed
