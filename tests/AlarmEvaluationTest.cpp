@@ -295,3 +295,68 @@ TEST(ClearMargin, HumidityCountsWholePointsAndSwitchesIgnoreIt)
     f.read("1", 1);
     EXPECT_EQ(s.AlarmState, AlarmState::Normal);
 }
+
+// Wetness has its own four thresholds, extremes and whole-number messages;
+// the humidity thresholds the fixture also sets (85/80/50/40) must not count.
+TEST(AlarmEvaluation, WetnessBandsUseTheWetnessThresholdsAndKeepTheirOwnExtremes)
+{
+    EvalFixture f;
+    ProbeRecord &w = f.probe(ProbeType::Wetness, 1);
+    w.HighAlarmWetness = 60, w.HighCautionWetness = 30, w.LowCautionWetness = 5, w.LowAlarmWetness = 0;
+    w.CautionSoundFile = "caution.wav";
+    f.read("20");
+    EXPECT_EQ(w.AlarmState, AlarmState::Normal);
+    f.read("45");
+    EXPECT_EQ(w.AlarmState, AlarmState::HighCaution);
+    EXPECT_EQ(f.actions.calls, (QList<QByteArray>{"sound caution.wav", "email 1 30"}));
+    EXPECT_EQ(f.logOf(0).last(), "Probe reported a High Caution condition (value 45, threshold 30)");
+    f.actions.calls.clear();
+    f.read("61");
+    EXPECT_EQ(w.AlarmState, AlarmState::HighAlarm);
+    EXPECT_EQ(f.actions.calls, (QList<QByteArray>{"sound alarm.wav", "email 1 60", "dialer 0", "program /bin/alarm"}));
+    f.actions.calls.clear();
+    f.read("0");
+    EXPECT_EQ(w.AlarmState, AlarmState::LowAlarm);
+    EXPECT_EQ(f.logOf(0).last(), "Probe reported a Low Alarm condition (value 0, threshold 0)");
+    EXPECT_EQ(f.actions.calls, (QList<QByteArray>{"sound alarm.wav", "email 1 0", "dialer 0", "program /bin/alarm"}));
+    f.read("12");
+    EXPECT_EQ(w.AlarmState, AlarmState::Normal);
+    EXPECT_EQ(f.logOf(0).last(), "Probe reported an alarm clear condition (value 12)");
+
+    EXPECT_EQ(w.CurrentWetness, 12);
+    EXPECT_EQ(w.HighestWetness, 61);
+    EXPECT_EQ(w.LowestWetness, 0);
+    EXPECT_GT(w.HighestWetnessTimeVal, 0);
+    EXPECT_GT(w.LowestWetnessTimeVal, w.HighestWetnessTimeVal);
+    // Nothing of it lands in the humidity or temperature fields.
+    EXPECT_EQ(w.CurrentHumidity, kNoReading);
+    EXPECT_EQ(w.HighestHumidity, 0);
+    EXPECT_EQ(w.CurrentTemp, kNoTemp);
+}
+
+// Any condition but "Alarm on open" alarms on a closed switch (a switch set
+// to "Never alarm" included, as the device's own firmware does).
+TEST(AlarmEvaluation, ASwitchSetToAlarmOnCloseAlarmsClosedAndClearsOpen)
+{
+    for (const SwitchAlarmCondition condition : {SwitchAlarmCondition::OnClose, SwitchAlarmCondition::Never}) {
+        EvalFixture f;
+        ProbeRecord &s = f.probe(ProbeType::Switch, 1);
+        s.SwitchAlarmCondition = condition;
+        f.read("-1"); // open, first reading: its state only
+        f.read("-1");
+        EXPECT_EQ(s.AlarmState, AlarmState::Normal);
+        EXPECT_TRUE(f.actions.calls.isEmpty());
+        f.read("1");
+        EXPECT_EQ(s.SwitchState, kSwitchClosed);
+        EXPECT_EQ(s.AlarmState, AlarmState::HighAlarm);
+        EXPECT_EQ(s.SwitchCloseTimeVal, f.clock.now());
+        EXPECT_EQ(f.actions.calls,
+                  (QList<QByteArray>{"sound alarm.wav", "email 1 0", "dialer 0", "program /bin/alarm"}));
+        f.actions.calls.clear();
+        f.read("-1");
+        EXPECT_EQ(s.AlarmState, AlarmState::Normal);
+        EXPECT_EQ(f.actions.calls, (QList<QByteArray>{"email 1 none", "dialer 0", "program /bin/clear"}));
+        EXPECT_EQ(f.logOf(0), (QList<QByteArray>{"Probe reported a switch alarm condition",
+                                                 "Probe reported a switch alarm clear condition"}));
+    }
+}

@@ -280,6 +280,40 @@ TEST(AlertEmail, TheNextMailWaitsForTheScriptBeforeAndAStuckScriptIsStoppedAndLo
     EXPECT_EQ(f.alerts.emailQueue().length(), 0);
 }
 
+// Alarms of three probes in one query wait in turn: the queue counts them
+// all, they go out in probe order, and each body and recipient is its own.
+TEST(AlertEmail, SeveralWaitingAlertsGoOutInTurnEachToItsOwnRecipient)
+{
+    SmtpServer server;
+    AlertFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {95.5, 96.5, 97.5}, "Lab"), {T, T, T});
+    d.QueryInterval = 5;
+    f.mailingProbe(d, server.port());
+    for (int i = 1; i < 3; ++i) {
+        *d.probe(i) = *d.probe(0);
+        d.probe(i)->ProbeNumber = i + 1;
+    }
+    for (int i = 0; i < 3; ++i) {
+        d.probe(i)->ProbeName = "P" + QByteArray::number(i + 1);
+        d.probe(i)->EmailTo = "p" + QByteArray::number(i + 1) + "@lab.example";
+    }
+    f.tick();
+    f.clock.advance(5);
+    f.tick();
+    EXPECT_EQ(f.alerts.emailQueue().length(), 3) << "one running, two waiting";
+    const QList<QJsonObject> mail = server.waitForMessages(3);
+    ASSERT_EQ(mail.size(), 3);
+    for (int i = 0; i < 3; ++i) {
+        const QString n = QString::number(i + 1);
+        EXPECT_EQ(mail[i]["subject"].toString(), "Corvanta High Alarm on Lab:P" + n);
+        EXPECT_EQ(mail[i]["to"].toArray(), QJsonArray{"p" + n + "@lab.example"});
+        EXPECT_TRUE(mail[i]["body"].toString().contains(QStringLiteral("%1.5").arg(95 + i))) << i;
+    }
+    ASSERT_TRUE(f.queueDone());
+    EXPECT_EQ(f.alerts.emailQueue().length(), 0);
+    EXPECT_EQ(f.alerts.emailQueue().sentCount(), 3u);
+}
+
 TEST(AlertEmail, AMailerThatCannotReachItsServerCountsAsAFailedMail)
 {
     QTcpServer closed;

@@ -101,6 +101,29 @@ TEST(DeviceQuery, AThresholdOfZeroOrLessActsAsOne)
     EXPECT_EQ(f.alerts.size(), 2);
 }
 
+TEST(DeviceQuery, AnOutageFromTheStartIsAlertedAndItsLengthCountsFromTheFirstQuery)
+{
+    CycleFixture f;
+    DeviceRecord &d = f.addSimulated(simDevice("Model R4", {70}, "Lab"), {T});
+    d.QueryFailThreshold = 2;
+    QStringList back;
+    QObject::connect(&f.cycle, &QueryCycle::deviceAnswersAgain, [&](int slot, int failed, qint64 silent) {
+        back.append(QStringLiteral("%1:%2:%3").arg(slot).arg(failed).arg(silent));
+    });
+    f.sim.setFault(0, Fault::Refuse); // never answered since the start
+    for (int query = 1; query <= 3; ++query) {
+        f.tick();
+        f.clock.advance(30);
+    }
+    EXPECT_EQ(f.alerts, QList<int>{0});
+    EXPECT_TRUE(f.statuses.contains("ERROR: Lab did not answer 2 queries in a row"));
+    f.sim.setFault(0, Fault::None);
+    f.tick();
+    EXPECT_EQ(back, QStringList{"0:3:90"});
+    EXPECT_EQ(f.status.text(), "Status: Lab answers again after 3 failed queries");
+    EXPECT_EQ(f.evaluation.textsFor(0), QList<QByteArray>{"70.0"});
+}
+
 // --- Failed attempts -------------------------------------------------------
 
 TEST(DeviceQuery, ThreeRefusedConnectionsEndThatDevicesQueryOnly)
@@ -182,6 +205,31 @@ TEST(DeviceQuery, ATricklingDeviceIsCutOffAtTheDeadlineOfEachAttempt)
     const QByteArray line = "11-14-26 13:05:09: The operation timed out\r\n";
     EXPECT_EQ(f.errorLog(), line + line + line);
     EXPECT_EQ(f.sim.requests(0).size(), 3);
+}
+
+// The head arrives at once and the body stops half way: the reply is what
+// arrived, as with a reply cut short, so the probes whose fields came whole
+// are read and the one cut off is not. A body that is merely slow is read
+// whole.
+TEST(DeviceQuery, ABodyThatStopsHalfWayGivesTheProbesThatArrivedWhole)
+{
+    CycleFixture f;
+    f.addSimulated(simDevice("Model R4", {70.5, 71.5, 72.5, 73.5}), {T, T, T, T});
+    f.session.setTimeouts(1000, 400, 1500);
+    f.sim.setFault(0, Fault::Stall, 5000);
+    f.tick();
+    const QList<QByteArray> first = f.evaluation.textsFor(0);
+    ASSERT_FALSE(first.isEmpty());
+    EXPECT_LT(first.size(), 4);
+    EXPECT_EQ(first, (QList<QByteArray>{"70.5", "71.5", "72.5", "73.5"}.mid(0, first.size())));
+    EXPECT_EQ(f.errorLog(), "") << "the reply was opened: a cut, not a failed attempt";
+    EXPECT_EQ(f.sim.requests(0).size(), 1);
+
+    f.evaluation.values.clear();
+    f.sim.setFault(0, Fault::Stall, 150);
+    f.clock.advance(30);
+    f.tick();
+    EXPECT_EQ(f.evaluation.textsFor(0), (QList<QByteArray>{"70.5", "71.5", "72.5", "73.5"}));
 }
 
 TEST(DeviceQuery, AnUnknownHostIsReportedInTheDevicesWords)

@@ -222,6 +222,21 @@ void DeviceSimulator::respond(Served &served, QTcpSocket *socket, const QByteArr
         });
         return;
     }
+    case Fault::Stall: {
+        const QByteArray reply = httpReply("200 OK", body, body.size());
+        const qsizetype half = reply.size() - body.size() / 2;
+        socket->write(reply.left(half));
+        socket->flush();
+        QPointer<QTcpSocket> guarded(socket);
+        QTimer::singleShot(d.faultMs, socket, [guarded, rest = reply.mid(half)] {
+            if (guarded) {
+                guarded->write(rest);
+                guarded->flush();
+                guarded->disconnectFromHost();
+            }
+        });
+        return;
+    }
     case Fault::Truncate:
         socket->write(httpReply("200 OK", body.left(body.size() / 2), body.size()));
         finish();

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char *kFaultNames[] = {"none", "refuse", "hang", "slow", "truncate",
                                        "long", "http500", "garbage", "reset", "bare",
-                                       "trickle", "nul", "huge"};
+                                       "trickle", "nul", "huge", "stall"};
 constexpr const char *kKindNames[] = {"constant", "drift", "sine", "step", "toggle", "daily", "defrost", "door"};
 constexpr const char *kProbeKindNames[] = {"Temperature", "Humidity", "Wetness", "Switch"};
 

@@ -57,6 +57,7 @@ enum class Fault {
     Trickle,   // the status line, then one byte every `faultMs`
     Nul,       // a NUL byte after the first probe's value
     Huge,      // the page padded to 5 MB
+    Stall,     // the headers and half the body at once, the rest after `faultMs`
 };
 // "Temperature", "Humidity", "Wetness" or "Switch", in any case; Temperature otherwise.
 ProbeKind probeKindFromName(const QString &name);
