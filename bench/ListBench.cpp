@@ -41,12 +41,12 @@ int main(int argc, char **argv)
         for (int slot = 0; slot < state.deviceCount(); ++slot) {
             DeviceRecord &d = *state.deviceForUpdate(slot);
             d.LastContactTimeVal += 5;
-            d.markChanged(DeviceBit::LastContactTimeVal);
+            d.markChanged("LastContactTimeVal");
             for (int i = 0; i < d.ProbeCount; ++i) {
                 ProbeRecord &p = *d.probe(i);
                 p.CurrentTemp = 70 + run % 3;
                 p.CurrentValueText = QByteArray::number(p.CurrentTemp, 'f', 1);
-                p.markChanged(ProbeBit::CurrentTemp);
+                p.markChanged("CurrentTemp");
             }
         }
         QElapsedTimer timer;

@@ -28,9 +28,9 @@ double msSince(std::chrono::steady_clock::time_point start)
 void markEveryKeyChanged(DeviceStore &state)
 {
     for (int d = 0; d < state.deviceCount(); ++d) {
-        state.deviceForUpdate(d)->ChangedKeys = kAllKeys;
+        state.deviceForUpdate(d)->Changed.markAll();
         for (int i = 0; i < kMaxProbes; ++i)
-            state.deviceForUpdate(d)->probe(i)->ChangedKeys = kAllKeys;
+            state.deviceForUpdate(d)->probe(i)->Changed.markAll();
     }
 }
 
@@ -74,7 +74,7 @@ int main(int argc, char **argv)
             p.CurrentTemp = 71.5;
             p.HighestTemp = 72.5;
             p.HighestTempTimeVal = clock.now();
-            p.markChanged(ProbeBit::CurrentTemp | ProbeBit::HighestTemp | ProbeBit::StateOrCount);
+            p.markChanged("CurrentTemp", "HighestTemp", "StateOrCount");
         }
     t = std::chrono::steady_clock::now();
     state.writeProgramSettings();

@@ -46,18 +46,18 @@ void countUp(ProbeRecord &p)
 
 // Extremes: the tests are not strict, so a steady reading renews the times.
 template <class V>
-void updateExtremes(ProbeRecord &p, V v, std::int64_t now, V &lowest, std::int64_t &lowestTime, std::uint64_t lowBit,
-                    V &highest, std::int64_t &highestTime, std::uint64_t highBit)
+void updateExtremes(ProbeRecord &p, V v, std::int64_t now, V &lowest, std::int64_t &lowestTime, const char *lowKey,
+                    V &highest, std::int64_t &highestTime, const char *highKey)
 {
     if (lowest >= v || lowestTime < 1) {
         lowest = v;
         lowestTime = now;
-        p.markChanged(lowBit);
+        p.markChanged(lowKey);
     }
     if (v >= highest || highestTime < 1) {
         highest = v;
         highestTime = now;
-        p.markChanged(highBit);
+        p.markChanged(highKey);
     }
 }
 
@@ -175,9 +175,9 @@ void AlarmEvaluation::evaluateAnalog(const Reading &r)
     if (p.ProbeType == ProbeType::Temperature) {
         const double v = parseDouble(r.text);
         p.CurrentTemp = v;
-        p.markChanged(ProbeBit::CurrentTemp);
-        updateExtremes(p, v, r.now, p.LowestTemp, p.LowestTempTimeVal, ProbeBit::LowestTemp, p.HighestTemp,
-                       p.HighestTempTimeVal, ProbeBit::HighestTemp);
+        p.markChanged("CurrentTemp");
+        updateExtremes(p, v, r.now, p.LowestTemp, p.LowestTempTimeVal, "LowestTemp", p.HighestTemp,
+                       p.HighestTempTimeVal, "HighestTemp");
         double threshold = 0;
         if (!temperatureBand(p, v, band, threshold))
             return;
@@ -198,27 +198,27 @@ void AlarmEvaluation::evaluateAnalog(const Reading &r)
         std::int32_t ProbeRecord::*current, ProbeRecord::*lowest, ProbeRecord::*highest;
         std::int64_t ProbeRecord::*lowestTime, ProbeRecord::*highestTime;
         std::int32_t ProbeRecord::*ha, ProbeRecord::*hc, ProbeRecord::*lc, ProbeRecord::*la;
-        std::uint64_t currentBit, lowestBit, highestBit;
+        const char *currentKey, *lowestKey, *highestKey;
     };
     static constexpr WholeNumberFields kHumidity{
         &ProbeRecord::CurrentHumidity, &ProbeRecord::LowestHumidity, &ProbeRecord::HighestHumidity,
         &ProbeRecord::LowestHumidityTimeVal, &ProbeRecord::HighestHumidityTimeVal, &ProbeRecord::HighAlarmHumidity,
         &ProbeRecord::HighCautionHumidity, &ProbeRecord::LowCautionHumidity, &ProbeRecord::LowAlarmHumidity,
-        ProbeBit::CurrentHumidity, ProbeBit::LowestHumidity, ProbeBit::HighestHumidity};
+        "CurrentHumidity", "LowestHumidity", "HighestHumidity"};
     static constexpr WholeNumberFields kWetness{
         &ProbeRecord::CurrentWetness, &ProbeRecord::LowestWetness, &ProbeRecord::HighestWetness,
         &ProbeRecord::LowestWetnessTimeVal, &ProbeRecord::HighestWetnessTimeVal, &ProbeRecord::HighAlarmWetness,
         &ProbeRecord::HighCautionWetness, &ProbeRecord::LowCautionWetness, &ProbeRecord::LowAlarmWetness,
-        ProbeBit::WetnessOrSwitch, ProbeBit::LowestWetness, ProbeBit::HighestWetness};
+        "CurrentWetness", "LowestWetness", "HighestWetness"};
     if (p.ProbeType != ProbeType::Humidity && p.ProbeType != ProbeType::Wetness)
         return; // a type this program does not know
     const WholeNumberFields &k = p.ProbeType == ProbeType::Humidity ? kHumidity : kWetness;
     const std::int32_t v = parseInt32(r.text);
     std::int32_t threshold = 0;
     p.*k.current = v;
-    p.markChanged(k.currentBit);
-    updateExtremes(p, v, r.now, p.*k.lowest, p.*k.lowestTime, k.lowestBit, p.*k.highest, p.*k.highestTime,
-                   k.highestBit);
+    p.markChanged(k.currentKey);
+    updateExtremes(p, v, r.now, p.*k.lowest, p.*k.lowestTime, k.lowestKey, p.*k.highest, p.*k.highestTime,
+                   k.highestKey);
     band = wholeNumberBand(v, p.*k.ha, p.*k.hc, p.*k.lc, p.*k.la, threshold);
     double heldThreshold = threshold;
     const bool held = heldByClearMargin(p, v, {double(p.*k.ha), double(p.*k.hc), double(p.*k.lc), double(p.*k.la)},
@@ -243,13 +243,13 @@ void AlarmEvaluation::alarmOrCaution(const Reading &r, int bandCode, double thre
         if (p.ProbeType == ProbeType::Temperature && band == AlarmState::HighCaution &&
             p.AlarmState != AlarmState::HighCaution) {
             p.AlarmState = AlarmState::HighCaution;
-            p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared);
+            p.markChanged("AlarmState");
         }
         return;
     }
     p.LastAlarmSetTimeVal = r.now;
     p.AlarmState = band;
-    p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmSetTimeVal);
+    p.markChanged("AlarmState", "LastAlarmSetTimeVal");
     countUp(p);
 
     std::int32_t &sent = sentFlag(p, band);
@@ -267,12 +267,12 @@ void AlarmEvaluation::normal(const Reading &r, const QByteArray &message)
     if (p.AlarmState == AlarmState::Normal)
         return;
     p.AlarmState = AlarmState::Normal;
-    p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared);
+    p.markChanged("AlarmState");
     if (!p.ProbeEnabled)
         return;
     p.LastAlarmClearedTimeVal = r.now;
     p.ConsecutiveAlarmCount = 0;
-    p.markChanged(ProbeBit::LastAlarmClearedTimeVal);
+    p.markChanged("LastAlarmClearedTimeVal");
     // Clears are gated neither by the first query nor by the count.
     runActions(r, AlertKind::Clear, kNoThreshold);
     logEvent(r, message);
@@ -285,7 +285,7 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
     const std::int32_t state = parseInt32(r.text) < 0 ? kSwitchOpen : kSwitchClosed;
     const bool changed = state != previous && previous != kSwitchUnknown;
     if (changed) {
-        p.markChanged(ProbeBit::WetnessOrSwitch);
+        p.markChanged("SwitchState");
         std::int64_t &firstTime = state == kSwitchOpen ? p.SwitchOpenTimeVal : p.SwitchCloseTimeVal;
         if (firstTime == 0)
             firstTime = r.now;
@@ -300,7 +300,7 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
         p.AlarmState = AlarmState::HighAlarm;
         countUp(p);
         p.LastAlarmSetTimeVal = r.now;
-        p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmSetTimeVal);
+        p.markChanged("AlarmState", "LastAlarmSetTimeVal");
         if (!r.notFirstQuery || !p.ProbeEnabled)
             return;
         if (p.ConsecutiveAlarmCount >= p.ConsecutiveAlarmThreshold && !p.HighAlarmSent) {
@@ -314,7 +314,7 @@ void AlarmEvaluation::evaluateSwitch(const Reading &r)
     p.ConsecutiveAlarmCount = 0;
     p.LastAlarmClearedTimeVal = r.now;
     clearAlertSentFlags(p);
-    p.markChanged(ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::LastAlarmClearedTimeVal);
+    p.markChanged("AlarmState", "LastAlarmClearedTimeVal");
     if (!r.notFirstQuery || !changed || !p.ProbeEnabled)
         return;
     runActions(r, AlertKind::Clear, kNoThreshold);

@@ -180,7 +180,7 @@ void QueryCycle::startQuery(DeviceRecord &device, DeviceRun &run, quint64 round)
 {
     // The last contact is the time the query began, answered or not.
     device.LastContactTimeVal = store_.clock().now();
-    device.markChanged(DeviceBit::LastContactTimeVal);
+    device.markChanged("LastContactTimeVal");
     run.round = round;
     run.queried = true;
     run.startedMs = store_.clock().monotonicMs();

@@ -5,6 +5,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <type_traits>
@@ -17,7 +18,9 @@ const QByteArray kDeviceSection = "Device";
 template <class Rec>
 struct KeyDef {
     const char *name;
-    std::uint64_t bits;
+    // The key whose change saves this one too (keys always saved together
+    // name the same one); null: only its own.
+    const char *savedWith;
     std::optional<QByteArray> (*write)(const Rec &);
     // null for a key that is written only
     void (*read)(Rec &, const IniFile &, const QByteArray &section, const char *key, int probeIndex);
@@ -29,6 +32,11 @@ struct KeyDef {
 
 template <class Rec, class T>
 T memberType(T Rec::*);
+
+constexpr const char *savedWith(const char *key = nullptr)
+{
+    return key;
+}
 
 // Writers -------------------------------------------------------------
 
@@ -92,54 +100,53 @@ void readText(Rec &r, const IniFile &ini, const QByteArray &s, const char *key, 
 using D = DeviceRecord;
 using P = ProbeRecord;
 
-// Key definitions. Number keys are profile integers unless "long" (read as
-// text and converted, as colours, group numbers, humidity and times are).
-#define CZ_INT(R, F, BIT) {#F, BIT, &writeNumber<&R::F, R>, &readProfileInt<&R::F, R>, false}
-#define CZ_LONG(R, F, BIT) {#F, BIT, &writeNumber<&R::F, R>, &readLong<&R::F, R>, false}
-#define CZ_TIME(R, F, BIT) {#F, BIT, &writeNumber<&R::F, R>, &readTime<&R::F, R>, false}
-#define CZ_TEMP(R, F, BIT) {#F, BIT, &writeTemp<&R::F, R>, &readTemp<&R::F, R>, false}
-#define CZ_TEXT(R, F, BIT) {#F, BIT, &writeText<&R::F, R>, &readText<&R::F, R>, true}
+// Key definitions, in file order. Number keys are profile integers unless
+// "long" (read as text and converted, as colours, group numbers, humidity
+// and times are). The last argument, when given, is the key whose change
+// saves this one too.
+#define CZ_INT(R, F, ...) {#F, savedWith(__VA_ARGS__), &writeNumber<&R::F, R>, &readProfileInt<&R::F, R>, false}
+#define CZ_LONG(R, F, ...) {#F, savedWith(__VA_ARGS__), &writeNumber<&R::F, R>, &readLong<&R::F, R>, false}
+#define CZ_TIME(R, F, ...) {#F, savedWith(__VA_ARGS__), &writeNumber<&R::F, R>, &readTime<&R::F, R>, false}
+#define CZ_TEMP(R, F, ...) {#F, savedWith(__VA_ARGS__), &writeTemp<&R::F, R>, &readTemp<&R::F, R>, false}
+#define CZ_TEXT(R, F, ...) {#F, savedWith(__VA_ARGS__), &writeText<&R::F, R>, &readText<&R::F, R>, true}
 // A "...Date" key holds the same time as its "...TimeVal" field and, being
-// read later, wins over it.
-#define CZ_DATE(KEY, F, BIT) {KEY, BIT, &writeNumber<&P::F, P>, &readTime<&P::F, P>, false}
-
-namespace DB = DeviceBit;
-namespace PB = ProbeBit;
+// read later, wins over it; it is saved with that extreme.
+#define CZ_DATE(KEY, F, WITH) {KEY, WITH, &writeNumber<&P::F, P>, &readTime<&P::F, P>, false}
 
 const KeyDef<D> kDeviceKeys[] = {
-    CZ_INT(D, DevicePort, DB::DevicePort),
-    CZ_INT(D, ProbeCount, DB::ProbeCount),
-    CZ_INT(D, UseProxy, DB::UseProxy),
-    {"LastContactTimeVal", DB::LastContactTimeVal, &writeNumber<&D::LastContactTimeVal, D>, nullptr, false},
-    CZ_INT(D, DisplayUnits, DB::DisplayUnits),
-    CZ_INT(D, QueryInterval, DB::QueryInterval),
-    CZ_TEXT(D, DeviceName, DB::DeviceName),
-    CZ_TEXT(D, DeviceAddress, DB::DeviceAddress),
-    CZ_TEXT(D, DeviceModel, DB::DeviceModel),
-    CZ_TEXT(D, DeviceVersion, DB::DeviceVersion),
-    CZ_TEXT(D, DeviceSerial, DB::DeviceSerial),
-    CZ_INT(D, ProxyServerPort, DB::ProxyServerPort),
-    CZ_TEXT(D, ProxyServerAddress, DB::ProxyServerAddress),
-    CZ_TEXT(D, ProxyServerUserName, DB::ProxyServerUserName),
-    CZ_TEXT(D, ProxyServerPassword, DB::ProxyServerPassword),
-    CZ_INT(D, QueryFailThreshold, DB::QueryFailThreshold),
-    CZ_INT(D, SendQueryFailMessage, DB::SendQueryFailMessage),
-    CZ_INT(D, ShowProbeNamesInLegend, DB::ShowProbeNamesInLegend),
-    CZ_TEXT(D, SMTPServerName, DB::SMTPServerName),
-    CZ_INT(D, SMTPServerPort, DB::SMTPServerPort),
-    CZ_TEXT(D, EmailFromAddress, DB::EmailFromAddress),
-    CZ_TEXT(D, EmailToAddress, DB::EmailToAddress),
-    CZ_TEXT(D, SMTPUsername, DB::SMTPUsername),
-    CZ_TEXT(D, SMTPPassword, DB::SMTPPassword),
-    CZ_TEXT(D, EmailSubjectText, DB::EmailSubjectText),
-    CZ_TEXT(D, EmailBodyText, DB::EmailBodyText),
-    CZ_INT(D, EnableDialer, DB::EnableDialer),
-    CZ_INT(D, LoggingEnabled, DB::LoggingEnabled),
-    CZ_INT(D, LogQueryFailures, DB::LogQueryFailures),
-    CZ_INT(D, DialerPort, DB::DialerPort),
-    CZ_INT(D, PlotLineWidth, DB::PlotLineWidth),
+    CZ_INT(D, DevicePort),
+    CZ_INT(D, ProbeCount),
+    CZ_INT(D, UseProxy),
+    {"LastContactTimeVal", nullptr, &writeNumber<&D::LastContactTimeVal, D>, nullptr, false},
+    CZ_INT(D, DisplayUnits),
+    CZ_INT(D, QueryInterval),
+    CZ_TEXT(D, DeviceName),
+    CZ_TEXT(D, DeviceAddress),
+    CZ_TEXT(D, DeviceModel),
+    CZ_TEXT(D, DeviceVersion),
+    CZ_TEXT(D, DeviceSerial),
+    CZ_INT(D, ProxyServerPort),
+    CZ_TEXT(D, ProxyServerAddress),
+    CZ_TEXT(D, ProxyServerUserName),
+    CZ_TEXT(D, ProxyServerPassword),
+    CZ_INT(D, QueryFailThreshold),
+    CZ_INT(D, SendQueryFailMessage),
+    CZ_INT(D, ShowProbeNamesInLegend),
+    CZ_TEXT(D, SMTPServerName),
+    CZ_INT(D, SMTPServerPort),
+    CZ_TEXT(D, EmailFromAddress),
+    CZ_TEXT(D, EmailToAddress),
+    CZ_TEXT(D, SMTPUsername),
+    CZ_TEXT(D, SMTPPassword),
+    CZ_TEXT(D, EmailSubjectText),
+    CZ_TEXT(D, EmailBodyText),
+    CZ_INT(D, EnableDialer),
+    CZ_INT(D, LoggingEnabled),
+    CZ_INT(D, LogQueryFailures),
+    CZ_INT(D, DialerPort),
+    CZ_INT(D, PlotLineWidth),
     // Written only once the device has been renamed.
-    {"PreviousNames", DB::PreviousNames, &writeText<&D::PreviousNames, D>, &readText<&D::PreviousNames, D>, true, ""},
+    {"PreviousNames", nullptr, &writeText<&D::PreviousNames, D>, &readText<&D::PreviousNames, D>, true, ""},
 };
 
 void readChartSymbol(P &p, const IniFile &ini, const QByteArray &s, const char *key, int probeIndex)
@@ -166,94 +173,93 @@ std::optional<QByteArray> writeSwitchStateIndex(const P &p)
 }
 
 const KeyDef<P> kProbeKeys[] = {
-    CZ_INT(P, DeviceNumber, PB::Numbers),
-    CZ_INT(P, ProbeNumber, PB::Numbers),
-    CZ_INT(P, ConsecutiveAlarmCount, PB::StateOrCount),
-    CZ_INT(P, ConsecutiveAlarmThreshold, PB::ConsecutiveAlarmThreshold),
-    CZ_INT(P, DisplayUnits, PB::DisplayUnits),
-    CZ_INT(P, ProbeType, PB::ProbeType),
-    CZ_INT(P, ProbeEnabled, PB::ProbeEnabled),
-    CZ_INT(P, SendAlarmEmail, PB::SendAlarmEmail),
-    CZ_INT(P, SendCautionEmail, PB::SendCautionEmail),
-    CZ_INT(P, SendClearEmail, PB::SendClearEmail),
-    CZ_INT(P, AlarmSound, PB::AlarmSound),
-    CZ_INT(P, CautionSound, PB::CautionSound),
-    CZ_INT(P, RunProgramAlarm, PB::RunProgramAlarm),
-    CZ_INT(P, RunProgramCaution, PB::RunProgramCaution),
-    CZ_INT(P, RunProgramClear, PB::RunProgramClear),
-    CZ_INT(P, TriggerDialerAlarm, PB::TriggerDialerAlarm),
-    CZ_INT(P, TriggerDialerCaution, PB::TriggerDialerCaution),
-    CZ_INT(P, TriggerDialerClear, PB::TriggerDialerClear),
-    CZ_INT(P, AlarmState, PB::StateOrCount | PB::AlarmSetOrCleared),
-    CZ_TIME(P, LastAlarmSetTimeVal, PB::LastAlarmSetTimeVal),
-    CZ_TIME(P, LastAlarmClearedTimeVal, PB::LastAlarmClearedTimeVal),
-    CZ_TIME(P, HighestTempTimeVal, PB::HighestTemp),
-    CZ_TIME(P, LowestTempTimeVal, PB::LowestTemp),
-    CZ_TIME(P, HighestHumidityTimeVal, PB::HighestHumidity),
-    CZ_TIME(P, LowestHumidityTimeVal, PB::LowestHumidity),
-    CZ_TIME(P, HighestWetnessTimeVal, PB::HighestWetness),
-    CZ_TIME(P, LowestWetnessTimeVal, PB::LowestWetness),
-    CZ_TIME(P, SwitchOpenTimeVal, PB::WetnessOrSwitch),
-    CZ_TIME(P, SwitchCloseTimeVal, PB::WetnessOrSwitch),
-    {"ChartDataSymbol", PB::ChartColorSymbol, &writeNumber<&P::ChartDataSymbol, P>, &readChartSymbol, false},
-    {"ChartDataColor", PB::ChartColorSymbol, &writeNumber<&P::ChartDataColor, P>, &readChartColor, false},
-    CZ_TEXT(P, ProbeName, PB::ProbeName),
-    CZ_TEXT(P, GroupName, PB::GroupName),
-    CZ_LONG(P, GroupNumber, PB::GroupNumber),
-    CZ_TEXT(P, EmailTo, PB::EmailTo),
-    CZ_TEXT(P, EmailFrom, PB::EmailFrom),
-    CZ_TEXT(P, SMTPServer, PB::SMTPServer),
-    CZ_INT(P, SMTPPort, PB::SMTPPort),
-    CZ_TEXT(P, EmailSMTPUser, PB::EmailSMTPUser),
-    CZ_TEXT(P, EmailSMTPPass, PB::EmailSMTPPass),
-    CZ_TEXT(P, EmailTemplate, PB::EmailTemplate),
-    CZ_TEXT(P, EmailAlarmSubject, PB::EmailAlarmSubject),
-    CZ_TEXT(P, EmailCautionSubject, PB::EmailCautionSubject),
-    CZ_TEXT(P, EmailClearedSubject, PB::EmailClearedSubject),
-    CZ_TEXT(P, AlarmSoundFile, PB::AlarmSoundFile),
-    CZ_TEXT(P, CautionSoundFile, PB::CautionSoundFile),
-    CZ_TEXT(P, LogFile, PB::LogFile),
-    CZ_TEXT(P, DataLogFile, PB::DataLogFile),
-    CZ_TEXT(P, Notes, PB::Notes),
-    CZ_TEXT(P, ProgramAlarm, PB::ProgramAlarm),
-    CZ_TEXT(P, ProgramCaution, PB::ProgramCaution),
-    CZ_TEXT(P, ProgramClear, PB::ProgramClear),
-    CZ_TEMP(P, HighAlarmTemp, PB::HighAlarmTemp),
-    CZ_TEMP(P, HighCautionTemp, PB::HighCautionTemp),
-    CZ_TEMP(P, LowCautionTemp, PB::LowCautionTemp),
-    CZ_TEMP(P, LowAlarmTemp, PB::LowAlarmTemp),
-    // Shares its bit: the mask has none left, and the key is written only
-    // once it has been set.
-    {"ClearMargin", PB::ConsecutiveAlarmThreshold, &writeTemp<&P::ClearMargin, P>, &readTemp<&P::ClearMargin, P>,
+    CZ_INT(P, DeviceNumber, "ProbeNumber"),
+    CZ_INT(P, ProbeNumber),
+    CZ_INT(P, ConsecutiveAlarmCount, "AlarmState"),
+    CZ_INT(P, ConsecutiveAlarmThreshold),
+    CZ_INT(P, DisplayUnits),
+    CZ_INT(P, ProbeType),
+    CZ_INT(P, ProbeEnabled),
+    CZ_INT(P, SendAlarmEmail),
+    CZ_INT(P, SendCautionEmail),
+    CZ_INT(P, SendClearEmail),
+    CZ_INT(P, AlarmSound),
+    CZ_INT(P, CautionSound),
+    CZ_INT(P, RunProgramAlarm),
+    CZ_INT(P, RunProgramCaution),
+    CZ_INT(P, RunProgramClear),
+    CZ_INT(P, TriggerDialerAlarm),
+    CZ_INT(P, TriggerDialerCaution),
+    CZ_INT(P, TriggerDialerClear),
+    CZ_INT(P, AlarmState),
+    CZ_TIME(P, LastAlarmSetTimeVal),
+    CZ_TIME(P, LastAlarmClearedTimeVal),
+    CZ_TIME(P, HighestTempTimeVal, "HighestTemp"),
+    CZ_TIME(P, LowestTempTimeVal, "LowestTemp"),
+    CZ_TIME(P, HighestHumidityTimeVal, "HighestHumidity"),
+    CZ_TIME(P, LowestHumidityTimeVal, "LowestHumidity"),
+    CZ_TIME(P, HighestWetnessTimeVal, "HighestWetness"),
+    CZ_TIME(P, LowestWetnessTimeVal, "LowestWetness"),
+    CZ_TIME(P, SwitchOpenTimeVal, "SwitchState"),
+    CZ_TIME(P, SwitchCloseTimeVal, "SwitchState"),
+    {"ChartDataSymbol", "ChartDataColor", &writeNumber<&P::ChartDataSymbol, P>, &readChartSymbol, false},
+    {"ChartDataColor", nullptr, &writeNumber<&P::ChartDataColor, P>, &readChartColor, false},
+    CZ_TEXT(P, ProbeName),
+    CZ_TEXT(P, GroupName),
+    CZ_LONG(P, GroupNumber),
+    CZ_TEXT(P, EmailTo),
+    CZ_TEXT(P, EmailFrom),
+    CZ_TEXT(P, SMTPServer),
+    CZ_INT(P, SMTPPort),
+    CZ_TEXT(P, EmailSMTPUser),
+    CZ_TEXT(P, EmailSMTPPass),
+    CZ_TEXT(P, EmailTemplate),
+    CZ_TEXT(P, EmailAlarmSubject),
+    CZ_TEXT(P, EmailCautionSubject),
+    CZ_TEXT(P, EmailClearedSubject),
+    CZ_TEXT(P, AlarmSoundFile),
+    CZ_TEXT(P, CautionSoundFile),
+    CZ_TEXT(P, LogFile),
+    CZ_TEXT(P, DataLogFile),
+    CZ_TEXT(P, Notes),
+    CZ_TEXT(P, ProgramAlarm),
+    CZ_TEXT(P, ProgramCaution),
+    CZ_TEXT(P, ProgramClear),
+    CZ_TEMP(P, HighAlarmTemp),
+    CZ_TEMP(P, HighCautionTemp),
+    CZ_TEMP(P, LowCautionTemp),
+    CZ_TEMP(P, LowAlarmTemp),
+    // Written only once it has been set.
+    {"ClearMargin", nullptr, &writeTemp<&P::ClearMargin, P>, &readTemp<&P::ClearMargin, P>,
      false, "0.00"},
-    CZ_TEMP(P, CurrentTemp, PB::CurrentTemp),
-    CZ_TEMP(P, HighestTemp, PB::HighestTemp),
-    CZ_DATE("HighestTempDate", HighestTempTimeVal, PB::HighestTemp),
-    {"LowestTemp", PB::LowestTemp, &writeLowestTemp, &readTemp<&P::LowestTemp, P>, false},
-    CZ_DATE("LowestTempDate", LowestTempTimeVal, PB::LowestTemp),
-    CZ_LONG(P, HighAlarmHumidity, PB::HighAlarmHumidity),
-    CZ_LONG(P, HighCautionHumidity, PB::HighCautionHumidity),
-    CZ_LONG(P, LowCautionHumidity, PB::LowCautionHumidity),
-    CZ_LONG(P, LowAlarmHumidity, PB::LowAlarmHumidity),
-    CZ_LONG(P, CurrentHumidity, PB::CurrentHumidity),
-    CZ_LONG(P, HighestHumidity, PB::HighestHumidity),
-    CZ_DATE("HighestHumidityDate", HighestHumidityTimeVal, PB::HighestHumidity),
-    CZ_LONG(P, LowestHumidity, PB::LowestHumidity),
-    CZ_DATE("LowestHumidityDate", LowestHumidityTimeVal, PB::LowestHumidity),
-    CZ_LONG(P, HighAlarmWetness, PB::HighAlarmWetness),
-    CZ_LONG(P, HighCautionWetness, PB::HighCautionWetness),
-    CZ_LONG(P, LowCautionWetness, PB::LowCautionWetness),
-    CZ_LONG(P, LowAlarmWetness, PB::LowAlarmWetness),
-    CZ_LONG(P, CurrentWetness, PB::WetnessOrSwitch),
-    CZ_LONG(P, HighestWetness, PB::HighestWetness),
-    CZ_DATE("HighestWetnessDate", HighestWetnessTimeVal, PB::HighestWetness),
-    CZ_LONG(P, LowestWetness, PB::LowestWetness),
-    CZ_DATE("LowestWetnessDate", LowestWetnessTimeVal, PB::LowestWetness),
-    CZ_INT(P, SwitchAlarmCondition, PB::SwitchAlarmCondition),
-    {"SwitchStateIndex", PB::WetnessOrSwitch, &writeSwitchStateIndex, nullptr, false},
-    CZ_INT(P, SwitchState, PB::WetnessOrSwitch),
-    CZ_DATE("LastSwitchOpenDate", SwitchOpenTimeVal, PB::WetnessOrSwitch),
-    CZ_DATE("LastSwitchCloseDate", SwitchCloseTimeVal, PB::WetnessOrSwitch),
+    CZ_TEMP(P, CurrentTemp),
+    CZ_TEMP(P, HighestTemp),
+    CZ_DATE("HighestTempDate", HighestTempTimeVal, "HighestTemp"),
+    {"LowestTemp", nullptr, &writeLowestTemp, &readTemp<&P::LowestTemp, P>, false},
+    CZ_DATE("LowestTempDate", LowestTempTimeVal, "LowestTemp"),
+    CZ_LONG(P, HighAlarmHumidity),
+    CZ_LONG(P, HighCautionHumidity),
+    CZ_LONG(P, LowCautionHumidity),
+    CZ_LONG(P, LowAlarmHumidity),
+    CZ_LONG(P, CurrentHumidity),
+    CZ_LONG(P, HighestHumidity),
+    CZ_DATE("HighestHumidityDate", HighestHumidityTimeVal, "HighestHumidity"),
+    CZ_LONG(P, LowestHumidity),
+    CZ_DATE("LowestHumidityDate", LowestHumidityTimeVal, "LowestHumidity"),
+    CZ_LONG(P, HighAlarmWetness),
+    CZ_LONG(P, HighCautionWetness),
+    CZ_LONG(P, LowCautionWetness),
+    CZ_LONG(P, LowAlarmWetness),
+    CZ_LONG(P, CurrentWetness, "SwitchState"),
+    CZ_LONG(P, HighestWetness),
+    CZ_DATE("HighestWetnessDate", HighestWetnessTimeVal, "HighestWetness"),
+    CZ_LONG(P, LowestWetness),
+    CZ_DATE("LowestWetnessDate", LowestWetnessTimeVal, "LowestWetness"),
+    CZ_INT(P, SwitchAlarmCondition),
+    {"SwitchStateIndex", "SwitchState", &writeSwitchStateIndex, nullptr, false},
+    CZ_INT(P, SwitchState),
+    CZ_DATE("LastSwitchOpenDate", SwitchOpenTimeVal, "SwitchState"),
+    CZ_DATE("LastSwitchCloseDate", SwitchCloseTimeVal, "SwitchState"),
 };
 
 #undef CZ_INT
@@ -271,12 +277,34 @@ void readKeys(const KeyDef<Rec> (&keys)[N], const IniFile &ini, const QByteArray
             k.read(r, ini, section, k.name, probeIndex);
 }
 
-template <class Rec, std::size_t N>
-void putKeys(const KeyDef<Rec> (&keys)[N], IniFile &ini, const QByteArray &section, const Rec &r, std::uint64_t mask,
-             int probeIndex, std::vector<WrittenKey> &written)
+template <class Rec>
+const char *groupOf(const KeyDef<Rec> &k)
 {
+    return k.savedWith ? k.savedWith : k.name;
+}
+
+// The keys to save: every key marked, and the keys saved with it.
+template <class Rec, std::size_t N>
+QList<QByteArray> groupsToSave(const KeyDef<Rec> (&keys)[N], const ChangedKeys &changed)
+{
+    QList<QByteArray> groups;
+    for (const QByteArray &marked : changed.keys()) {
+        const KeyDef<Rec> *k = std::find_if(std::begin(keys), std::end(keys),
+                                            [&](const KeyDef<Rec> &d) { return marked == d.name; });
+        Q_ASSERT_X(k != std::end(keys), "ChangedKeys", "a key the device file does not have was marked");
+        if (k != std::end(keys) && !groups.contains(groupOf(*k)))
+            groups.append(groupOf(*k));
+    }
+    return groups;
+}
+
+template <class Rec, std::size_t N>
+void putKeys(const KeyDef<Rec> (&keys)[N], IniFile &ini, const QByteArray &section, const Rec &r,
+             const ChangedKeys &changed, int probeIndex, std::vector<WrittenKey> &written)
+{
+    const QList<QByteArray> groups = changed.all() ? QList<QByteArray>() : groupsToSave(keys, changed);
     for (const KeyDef<Rec> &k : keys) {
-        if (!(k.bits & mask))
+        if (!changed.all() && !groups.contains(groupOf(k)))
             continue;
         const std::optional<QByteArray> v = k.write(r);
         if (!v)
@@ -297,7 +325,7 @@ void markKeys(const KeyDef<Rec> (&keys)[N], const Rec &live, Rec &edited)
         const QByteArray b = k.write(edited).value_or(QByteArray());
         const bool same = k.text ? a.compare(b, Qt::CaseInsensitive) == 0 : a == b;
         if (!same)
-            edited.ChangedKeys |= k.bits;
+            edited.markChanged(k.name);
     }
 }
 
@@ -334,12 +362,14 @@ void readProbeKeys(const IniFile &ini, int probeIndex, ProbeRecord &probe)
 std::vector<WrittenKey> putDeviceKeys(IniFile &ini, const DeviceRecord &device, bool writeAll)
 {
     std::vector<WrittenKey> written;
+    ChangedKeys every;
+    every.markAll();
     putKeys(kDeviceKeys, ini, kDeviceSection, static_cast<const DeviceRecord &>(device),
-            writeAll ? kAllKeys : device.ChangedKeys, -1, written);
+            writeAll ? every : device.Changed, -1, written);
     for (int i = 0; i < device.probeSlots(); ++i) {
         const ProbeRecord *p = device.probe(i);
         if (p)
-            putKeys(kProbeKeys, ini, probeSection(i + 1), *p, writeAll ? kAllKeys : p->ChangedKeys, i, written);
+            putKeys(kProbeKeys, ini, probeSection(i + 1), *p, writeAll ? every : p->Changed, i, written);
     }
     return written;
 }

@@ -226,10 +226,12 @@ bool DeviceStore::saveDeviceFile(int slot, SaveKeys keys)
             status_.note(narrowedFileNotice(path));
     }
 
-    device->ChangedKeys = keys == SaveKeys::EveryKeyNew ? kAllKeys : 0;
+    device->Changed.clear();
+    if (keys == SaveKeys::EveryKeyNew)
+        device->Changed.markAll();
     for (int i = 0; i < device->probeSlots(); ++i)
         if (ProbeRecord *p = device->probe(i))
-            p->ChangedKeys = 0;
+            p->Changed.clear();
 
     if (keys == SaveKeys::EveryKeyNew)
         logToDevice(*device, "New device added.");
@@ -322,8 +324,7 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
     copy.NextSampleTime = live->NextSampleTime;
     copy.Times = live->Times;
     markEditedKeys(*live, copy);
-    copy.ChangedKeys |= live->ChangedKeys;
-    copy.ShownChanges = live->ShownChanges | copy.ChangedKeys;
+    copy.Changed.add(live->Changed);
     // The probes stay where they are: the list and the engine hold them.
     for (int i = 0; i < kMaxProbes; ++i)
         copy.Probes[std::size_t(i)] = std::move(live->Probes[std::size_t(i)]);
@@ -344,8 +345,7 @@ bool DeviceStore::commitDevice(int slot, const DeviceRecord &edited)
             updated.DataLogFile = renamedProbeFilePath(updated.DataLogFile.bytes(), oldName, newName);
         }
         markEditedKeys(*p, updated);
-        updated.ChangedKeys |= p->ChangedKeys;
-        updated.ShownChanges |= updated.ChangedKeys;
+        updated.Changed.add(p->Changed);
         copyProbeRecord(p, updated);
     }
     const bool saved = saveDeviceFile(slot, SaveKeys::EveryKeyEdited);
@@ -361,7 +361,7 @@ void DeviceStore::setProbesEnabled(const QList<const ProbeRecord *> &probes, boo
             ProbeRecord *p = d->probe(i);
             if (p == probe && (p->ProbeEnabled != 0) != enabled) {
                 p->ProbeEnabled = enabled ? 1 : 0;
-                p->markChanged(ProbeBit::ProbeEnabled);
+                p->markChanged("ProbeEnabled");
             }
         }
     }
@@ -373,12 +373,12 @@ void DeviceStore::setChartStyle(int slot, const ChartStyle &style)
     if (!d)
         return;
     d->PlotLineWidth = style.lineWidth;
-    d->markChanged(DeviceBit::PlotLineWidth);
+    d->markChanged("PlotLineWidth");
     for (int i = 0; i < d->probeSlots(); ++i) {
         if (ProbeRecord *p = d->probe(i)) {
             p->ChartDataColor = style.colors[std::size_t(i)];
             p->ChartDataSymbol = style.symbols[std::size_t(i)];
-            p->markChanged(ProbeBit::ChartColorSymbol);
+            p->markChanged("ChartDataColor");
         }
     }
     emit chartStyleChanged(slot);
@@ -390,19 +390,8 @@ void DeviceStore::setLegendShowsProbeNames(int slot, bool show)
     if (!d)
         return;
     d->ShowProbeNamesInLegend = show ? 1 : 0;
-    d->markChanged(DeviceBit::ShowProbeNamesInLegend);
+    d->markChanged("ShowProbeNamesInLegend");
     emit chartStyleChanged(slot);
-}
-
-void DeviceStore::clearShownChanges()
-{
-    for (int slot = 0; slot < deviceCount_; ++slot) {
-        DeviceRecord &d = *devices_[std::size_t(slot)];
-        d.ShownChanges = 0;
-        for (int i = 0; i < d.probeSlots(); ++i)
-            if (ProbeRecord *p = d.probe(i))
-                p->ShownChanges = 0;
-    }
 }
 
 bool DeviceStore::renameDevice(int slot, const QByteArray &newName)
@@ -422,13 +411,13 @@ bool DeviceStore::renameDevice(int slot, const QByteArray &newName)
             continue;
         p->LogFile = renamedProbeFilePath(p->LogFile.bytes(), oldName, newName);
         p->DataLogFile = renamedProbeFilePath(p->DataLogFile.bytes(), oldName, newName);
-        p->markChanged(ProbeBit::LogFile);
+        p->markChanged("LogFile");
     }
     device->DeviceName = newName;
-    device->markChanged(DeviceBit::DeviceName);
+    device->markChanged("DeviceName");
     // Its files stay under the old name; the chart history is read from them.
     addPreviousName(*device, oldName);
-    device->markChanged(DeviceBit::PreviousNames);
+    device->markChanged("PreviousNames");
     // A file that does not exist yet under the new name gets every key, so
     // that nothing of the device's settings stays behind in the old file.
     const bool saved = saveDeviceFile(slot, SaveKeys::Changed);

@@ -83,7 +83,7 @@ public:
     int addDevice(std::unique_ptr<DeviceRecord> device);
     // Saves a device file: with `writeAll` (a device just added) a missing
     // file is first laid out from the templates and every key is written;
-    // otherwise only the keys whose changed-keys bits are set.
+    // otherwise only the keys marked changed.
     bool writeDeviceFile(int slot, bool writeAll);
     // Every device file, changed keys only.
     bool writeAllDeviceFiles();
@@ -101,8 +101,6 @@ public:
     // Whether the chart legend names probes by name (marked for the next
     // save).
     void setLegendShowsProbeNames(int slot, bool show);
-    // The probe list has shown every change: the shown-change masks restart.
-    void clearShownChanges();
     // Deletes the device's file and record; later devices move down a slot.
     // deviceAboutToBeRemoved comes while the record still exists.
     bool deleteDevice(int slot);

@@ -51,7 +51,7 @@ std::unique_ptr<DeviceRecord> buildNewDevice(const NewDeviceSettings &s, const D
     // What was typed, and everything else of the device at its defaults.
     const DeviceFields &t = s.typed;
     static_cast<DeviceFields &>(*device) = t;
-    device->ChangedKeys = device->ShownChanges = 0;
+    device->Changed.clear();
     device->DeviceModel = s.model;
     device->DeviceSerial = s.serial;
     device->DeviceVersion = s.firmware;

@@ -121,7 +121,7 @@ void copyRunState(ProbeRecord &to, const ProbeRecord &live)
                 &P::LowestTempTimeVal, &P::CurrentHumidity, &P::HighestHumidity, &P::HighestHumidityTimeVal,
                 &P::LowestHumidity, &P::LowestHumidityTimeVal, &P::CurrentWetness, &P::HighestWetness,
                 &P::HighestWetnessTimeVal, &P::LowestWetness, &P::LowestWetnessTimeVal, &P::SwitchState,
-                &P::SwitchOpenTimeVal, &P::SwitchCloseTimeVal, &P::Values, &P::ShownChanges);
+                &P::SwitchOpenTimeVal, &P::SwitchCloseTimeVal, &P::Values);
 }
 
 std::unique_ptr<DeviceRecord> workingCopy(const DeviceRecord &device)
@@ -215,8 +215,7 @@ void resetRunState(DeviceRecord &device, int slot, const QByteArray &dataFolder)
     device.LastContactTimeVal = 0;
     device.QueryDue = 0;
     device.Times.clear();
-    device.ChangedKeys = 0;
-    device.ShownChanges = 0;
+    device.Changed.clear();
     for (int i = 0; i < kMaxProbes; ++i) {
         ProbeRecord *p = device.probe(i);
         if (!p)
@@ -237,8 +236,7 @@ void resetRunState(DeviceRecord &device, int slot, const QByteArray &dataFolder)
         p->Values.clear();
         p->DataLogFile = probeFilePath(dataFolder + "/Data", device.DeviceName.bytes(), p->ProbeNumber,
                                        p->ProbeName.bytes(), "csv");
-        p->ChangedKeys = 0;
-        p->ShownChanges = 0;
+        p->Changed.clear();
     }
 }
 

@@ -1,6 +1,7 @@
 // In-memory records of the monitored devices and their probes.
 #pragma once
 
+#include "store/ChangedKeys.h"
 #include "store/FixedText.h"
 #include "store/History.h"
 #include "store/TimeHistory.h"
@@ -47,21 +48,7 @@ const char *switchConditionText(SwitchAlarmCondition condition);
 std::int32_t defaultChartColor(int probeIndex);     // 0x00BBGGRR, by probe number - 1
 std::int32_t defaultChartSymbol(int probeIndex);
 
-// A field that is both saved to the device file and shown in the probe list
-// carries two masks: ChangedKeys says which keys the next save writes (and
-// is cleared by it), ShownChanges which cells the list repaints (and is
-// cleared by the list).
-struct ChangeMasks {
-    std::uint64_t ChangedKeys = 0;
-    std::uint64_t ShownChanges = 0;
-    void markChanged(std::uint64_t bits)
-    {
-        ChangedKeys |= bits;
-        ShownChanges |= bits;
-    }
-};
-
-struct ProbeRecord : ChangeMasks {
+struct ProbeRecord : KeyChanges {
     std::int32_t SMTPPort = 25;
     cz::ProbeType ProbeType = cz::ProbeType::Temperature;
     cz::AlarmState AlarmState = cz::AlarmState::Normal;
@@ -152,7 +139,7 @@ struct ProbeRecord : ChangeMasks {
 };
 
 // Everything of a device but its probes, so that it can be copied whole.
-struct DeviceFields : ChangeMasks {
+struct DeviceFields : KeyChanges {
     std::int32_t DevicePort = 80;
     std::int32_t ProbeCount = 4;
     std::int32_t UseProxy = 0;

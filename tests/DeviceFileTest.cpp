@@ -1,7 +1,9 @@
+#include "monitor/AlarmEvaluation.h"
 #include "store/DeviceFile.h"
 #include "store/DeviceSettingsCheck.h"
 #include "store/DeviceStore.h"
 #include "store/IniFile.h"
+#include "tests/support/QuietActions.h"
 #include "tests/support/TestSupport.h"
 
 #include <QDir>
@@ -74,8 +76,8 @@ TEST(DeviceFile, ANewDeviceFileIsTheTemplateTextFollowedByEveryKeyInOrder)
 
     // Adding a device is logged, and afterwards every device key is due again.
     EXPECT_EQ(f.log.messagesFor(s.deviceForUpdate(0)->probe(1)->LogFile.bytes()), QList<QByteArray>{"New device added."});
-    EXPECT_EQ(s.deviceForUpdate(0)->ChangedKeys, kAllKeys);
-    EXPECT_EQ(s.deviceForUpdate(0)->probe(0)->ChangedKeys, 0u);
+    EXPECT_TRUE(s.deviceForUpdate(0)->Changed.all());
+    EXPECT_TRUE(s.deviceForUpdate(0)->probe(0)->Changed.isEmpty());
     EXPECT_EQ(s.status().text(), "Status: monitoring devices...");
 }
 
@@ -113,18 +115,18 @@ TEST(DeviceFile, OnlyChangedKeysAreSavedAndEachIsLoggedToEnabledProbes)
     const int slot = addDevice(s, "Lab", 2);
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
     DeviceRecord &d = *s.deviceForUpdate(slot);
-    d.ChangedKeys = 0;
+    d.Changed.clear();
     d.probe(1)->ProbeEnabled = 0;
     QByteArray before = readFile(f.path("Devices/Lab.ini"));
     f.log.lines.clear();
 
     d.DevicePort = 8082;
     d.LastContactTimeVal = 1794661500;
-    d.markChanged(DeviceBit::DevicePort | DeviceBit::LastContactTimeVal);
+    d.markChanged("DevicePort", "LastContactTimeVal");
     d.probe(0)->HighAlarmTemp = 95.5;
-    d.probe(0)->markChanged(ProbeBit::HighAlarmTemp);
+    d.probe(0)->markChanged("HighAlarmTemp");
     d.probe(1)->ProbeName = "Exhaust";
-    d.probe(1)->markChanged(ProbeBit::ProbeName);
+    d.probe(1)->markChanged("ProbeName");
     ASSERT_TRUE(s.writeDeviceFile(slot, false));
 
     before.replace("DevicePort=80\r\n", "DevicePort=8082\r\n");
@@ -137,8 +139,8 @@ TEST(DeviceFile, OnlyChangedKeysAreSavedAndEachIsLoggedToEnabledProbes)
     const QByteArray log1 = d.probe(0)->LogFile.bytes();
     EXPECT_EQ(f.log.messagesFor(log1), (QList<QByteArray>{"DevicePort saved as \"8082\"", "HighAlarmTemp saved as \"95.50\""}));
     EXPECT_TRUE(f.log.messagesFor(d.probe(1)->LogFile.bytes()).isEmpty());  // disabled probe
-    EXPECT_EQ(d.ChangedKeys, 0u);
-    EXPECT_EQ(d.probe(0)->ChangedKeys, 0u);
+    EXPECT_TRUE(d.Changed.isEmpty());
+    EXPECT_TRUE(d.probe(0)->Changed.isEmpty());
 
     // Nothing changed: nothing is written or logged.
     f.log.lines.clear();
@@ -154,7 +156,7 @@ TEST(DeviceFile, CommittingAnEditedCopyTakesItsSettingsAndKeepsWhatMonitoringLea
     const int slot = addDevice(s, "Lab", 2);
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
     DeviceRecord &live = *s.deviceForUpdate(slot);
-    live.ChangedKeys = 0;
+    live.Changed.clear();
     f.log.lines.clear();
 
     DeviceRecord edited;
@@ -201,7 +203,39 @@ TEST(DeviceFile, CommittingAnEditedCopyTakesItsSettingsAndKeepsWhatMonitoringLea
     EXPECT_TRUE(logged[1].startsWith("LogFile saved as \"")) << logged[1].constData();
     EXPECT_EQ(logged[2], "QueryInterval saved as \"60\"");
     EXPECT_EQ(logged[3], "HighAlarmTemp saved as \"99.00\"");
-    EXPECT_EQ(live.ChangedKeys, 0u);
+    EXPECT_TRUE(live.Changed.isEmpty());
+}
+
+// What a reading changes is saved at the next save, each extreme with both
+// keys that hold its time, and logged key by key.
+TEST(DeviceFile, AReadingSavesTheValueEachNewExtremeAndBothOfItsTimeKeys)
+{
+    DataFolderFixture f;
+    DeviceStore &s = f.store();
+    const int slot = addDevice(s, "Lab", 2);
+    ASSERT_TRUE(s.writeDeviceFile(slot, true));
+    DeviceRecord &d = *s.deviceForUpdate(slot);
+    d.Changed.clear();
+    d.LoggingEnabled = 1;
+    d.probe(1)->HighCautionTemp = 85, d.probe(1)->LowCautionTemp = 50; // a normal reading
+    f.log.lines.clear();
+    NoAlertActions actions;
+    AlarmEvaluation evaluation(actions);
+    evaluation.evaluateProbeValue(s, slot, 1, "77.25", 1794661509, 1);
+    ASSERT_TRUE(s.writeDeviceFile(slot, false));
+
+    const QByteArray file = readFile(f.path("Devices/Lab.ini"));
+    const QByteArray probe2 = file.mid(file.indexOf("[Probe02]"));
+    for (const char *line : {"CurrentTemp=77.25\r\n", "HighestTemp=77.25\r\n", "HighestTempTimeVal=1794661509\r\n",
+                             "HighestTempDate=1794661509\r\n", "LowestTemp=1794661509\r\n",
+                             "LowestTempTimeVal=1794661509\r\n", "LowestTempDate=1794661509\r\n"})
+        EXPECT_TRUE(probe2.contains(line)) << line;
+    EXPECT_FALSE(file.left(file.indexOf("[Probe02]")).contains("CurrentTemp=")) << "probe 1 had no reading";
+    EXPECT_EQ(f.log.messagesFor(d.probe(1)->LogFile.bytes()),
+              (QList<QByteArray>{"HighestTempTimeVal saved as \"1794661509\"",
+                                 "LowestTempTimeVal saved as \"1794661509\"", "CurrentTemp saved as \"77.25\"",
+                                 "HighestTemp saved as \"77.25\"", "HighestTempDate saved as \"1794661509\"",
+                                 "LowestTemp saved as \"1794661509\"", "LowestTempDate saved as \"1794661509\""}));
 }
 
 TEST(DeviceFile, TemperaturesWithoutAReadingAreNotWritten)
@@ -212,9 +246,9 @@ TEST(DeviceFile, TemperaturesWithoutAReadingAreNotWritten)
     DeviceRecord &d = *s.deviceForUpdate(slot);
     d.probe(0)->CurrentTemp = 70.25;
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
-    d.ChangedKeys = 0;
+    d.Changed.clear();
     d.probe(0)->CurrentTemp = kNoTemp;
-    d.probe(0)->markChanged(ProbeBit::CurrentTemp);
+    d.probe(0)->markChanged("CurrentTemp");
     ASSERT_TRUE(s.writeDeviceFile(slot, false));
     EXPECT_TRUE(readFile(f.path("Devices/Lab.ini")).contains("CurrentTemp=70.25\r\n"));
 }
@@ -332,7 +366,7 @@ TEST(DeviceFile, RenamingKeepsTheOldFileAndPointsTheProbeFilesAtTheNewName)
     s.readProgramSettings();
     const int slot = addDevice(s, "Lab", 1);
     s.writeDeviceFile(slot, true);
-    s.deviceForUpdate(0)->ChangedKeys = 0;
+    s.deviceForUpdate(0)->Changed.clear();
     ASSERT_TRUE(s.renameDevice(slot, "Lab2"));
     EXPECT_TRUE(exists(f.path("Devices/Lab.ini")));
     const QByteArray renamed = readFile(f.path("Devices/Lab2.ini"));
@@ -381,7 +415,7 @@ TEST(DeviceFile, AListedDeviceWhoseFileIsMissingIsReported)
     EXPECT_TRUE(f.messages[0].startsWith("The settings file of device \"Lab\" is missing:\n" +
                                          QString::fromUtf8(f.path("Devices/Lab.ini"))))
         << f.messages[0].toStdString();
-    s.deviceForUpdate(0)->markChanged(DeviceBit::LastContactTimeVal);
+    s.deviceForUpdate(0)->markChanged("LastContactTimeVal");
     ASSERT_TRUE(s.writeAllDeviceFiles());
     const QByteArray file = readFile(f.path("Devices/Lab.ini"));
     EXPECT_TRUE(file.contains("\r\nQueryFailThreshold=3\r\n")) << file.constData();
@@ -395,11 +429,11 @@ TEST(DeviceFile, AFailedSaveKeepsTheOldFileAndTheChangesForTheNextSave)
     const int slot = addDevice(s, "Lab", 4);
     ASSERT_TRUE(s.writeDeviceFile(slot, true));
     DeviceRecord &d = *s.deviceForUpdate(slot);
-    d.ChangedKeys = 0;
+    d.Changed.clear();
     const QByteArray before = readFile(f.path("Devices/Lab.ini"));
     f.messages.clear();
     d.probe(0)->Notes = QByteArray(1000, 'n');
-    d.probe(0)->markChanged(ProbeBit::Notes);
+    d.probe(0)->markChanged("Notes");
     {
         FileSizeLimit full(before.size() / 2);
         EXPECT_FALSE(s.writeDeviceFile(slot, false));
@@ -407,7 +441,7 @@ TEST(DeviceFile, AFailedSaveKeepsTheOldFileAndTheChangesForTheNextSave)
     EXPECT_EQ(readFile(f.path("Devices/Lab.ini")), before);
     ASSERT_EQ(f.messages.size(), 1);
     EXPECT_TRUE(f.messages[0].contains("could not be saved"));
-    EXPECT_NE(d.probe(0)->ChangedKeys, 0u);
+    EXPECT_FALSE(d.probe(0)->Changed.isEmpty());
     EXPECT_TRUE(s.writeDeviceFile(slot, false));
     EXPECT_TRUE(readFile(f.path("Devices/Lab.ini")).contains("Notes=nnnn"));
 }
@@ -420,12 +454,12 @@ TEST(DeviceFile, EditedKeysAreFoundByComparingWrittenValues)
     edited.QueryInterval = 60;
     edited.EmailSubjectText = "CORVANTA QUERY FAILURE";  // texts compare without case
     markEditedKeys(live, edited);
-    EXPECT_EQ(edited.ChangedKeys, DeviceBit::QueryInterval);
+    EXPECT_EQ(edited.Changed.keys(), QList<QByteArray>{"QueryInterval"});
     ProbeRecord p, q;
     q.HighAlarmTemp = 90;
     q.ProbeEnabled = 1;
     markEditedKeys(p, q);
-    EXPECT_EQ(q.ChangedKeys, ProbeBit::HighAlarmTemp | ProbeBit::ProbeEnabled);
+    EXPECT_EQ(q.Changed.keys(), (QList<QByteArray>{"ProbeEnabled", "HighAlarmTemp"}));
 }
 
 TEST(DeviceFile, TheClearMarginIsWrittenOnlyOnceItHasBeenSet)

@@ -174,7 +174,7 @@ TEST(FileSafety, FilesThatCanHoldAPasswordAreTheOwnersAloneEvenIfTheyWereNot)
     DeviceRecord *d = f.store().deviceForUpdate(1);
     for (int interval : {45, 50}) {
         d->QueryInterval = interval;
-        d->markChanged(DeviceBit::QueryInterval);
+        d->markChanged("QueryInterval");
         ASSERT_TRUE(f.store().writeDeviceFile(1, false));
     }
     EXPECT_EQ(modeOf(f.path("Devices/Device 2.ini")), 0600u);

@@ -51,7 +51,7 @@ TEST(Records, CopyingAProbeCopiesSettingsStateAndHistory)
     from.HighAlarmTemp = 90;
     from.AlarmState = AlarmState::HighCaution;
     from.Values.append(70.5);
-    from.ChangedKeys = 0x40;
+    from.markChanged("ProbeEnabled");
     ProbeRecord to;
     EXPECT_EQ(copyProbeRecord(nullptr, from), 0);
     EXPECT_EQ(copyProbeRecord(&to, from), 1);
@@ -59,7 +59,7 @@ TEST(Records, CopyingAProbeCopiesSettingsStateAndHistory)
     EXPECT_EQ(to.HighAlarmTemp, 90);
     EXPECT_EQ(to.AlarmState, AlarmState::HighCaution);
     EXPECT_EQ(to.Values.newest(), 70.5);
-    EXPECT_EQ(to.ChangedKeys, 0x40u);
+    EXPECT_TRUE(to.Changed.contains("ProbeEnabled"));
     from.Values.append(99);
     EXPECT_EQ(to.Values.newest(), 70.5);  // a copy, not a shared buffer
 }

@@ -440,7 +440,7 @@ TEST(ChartColors, LegendNamesTakeEffectAtOnceAndCancelKeepsThem)
                                                       "chart legend."));
     EXPECT_EQ(f.store().device(slot)->ShowProbeNamesInLegend, 1);
     EXPECT_EQ(plotOf(page).seriesGraph(0)->name(), QStringLiteral("A very long prob (T) 70.50"));
-    EXPECT_TRUE(f.store().device(slot)->ChangedKeys & DeviceBit::ShowProbeNamesInLegend);
+    EXPECT_TRUE(f.store().device(slot)->Changed.contains("ShowProbeNamesInLegend"));
 }
 
 } // namespace cz::test

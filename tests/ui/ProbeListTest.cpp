@@ -173,7 +173,6 @@ TEST(ProbeList, ARefreshAnnouncesOnlyTheCellsThatChanged)
     ProbeRecord &p = *f.lab->probe(0);
     p.CurrentTemp = 72.0;
     p.CurrentValueText = "72.0";
-    p.markChanged(ProbeBit::CurrentTemp);
     page.refresh();
     ASSERT_EQ(spy.size(), 2); // "Current Value", then "Current Temp"
     const int row = page.model().rowOf(&p);
@@ -187,19 +186,25 @@ TEST(ProbeList, ARefreshAnnouncesOnlyTheCellsThatChanged)
               "72.00 F");
     spy.clear();
     page.refresh();
-    EXPECT_TRUE(spy.isEmpty()); // the masks were cleared
+    EXPECT_TRUE(spy.isEmpty()); // nothing changed since
 }
 
-TEST(ProbeList, DisablingProbesHidesThemAndMarksTheKeyForSaving)
+TEST(ProbeList, DisablingProbesHidesThemAndTheNextSaveWritesIt)
 {
     ListFixture f;
+    f.store().writeAllDeviceFiles();
     DeviceListPage page(f.store(), f.prompter);
     const int rows = page.model().rowCount();
     probeList(page).selectRow(0);
     const ProbeRecord *probe = probeList(page).selectedProbes().first();
     page.enableSelected(false);
     EXPECT_EQ(probe->ProbeEnabled, 0);
-    EXPECT_TRUE(probe->ChangedKeys & ProbeBit::ProbeEnabled);
+    f.store().writeAllDeviceFiles();
+    const QByteArray file = readFile(f.store().folder().deviceFile(f.store().device(probe->DeviceNumber)->DeviceName.bytes()));
+    const QByteArray section = probeSection(probe->ProbeNumber);
+    const qsizetype at = file.indexOf('[' + section + ']');
+    ASSERT_GE(at, 0) << file.constData();
+    EXPECT_TRUE(file.mid(at).contains("ProbeEnabled=0\r\n")) << file.constData();
     EXPECT_EQ(page.model().rowCount(), rows - 1);
     EXPECT_TRUE(button(page, "showHideProbes").isEnabled());
     EXPECT_EQ(button(page, "showHideProbes").text(), "Show Disabled Probes");

@@ -57,7 +57,7 @@ AddDeviceDialog::AddDeviceDialog(WindowContext &context, QWidget *parent)
                    f.useProxy->noButton(), f.proxyAddress, f.proxyPort, f.proxyUser, f.proxyPassword, buttons});
 
     FieldBinding<DeviceFields> bind(this, [this]() -> DeviceFields & { return typed_; },
-                                    [this](std::uint64_t) { updateEnabling(); });
+                                    [this](const char *) { updateEnabling(); });
     bindConnectionFields(bind, f);
     bind.fill();
 

@@ -68,7 +68,7 @@ AlertOptionsDialog::AlertOptionsDialog(ProbeRecord &probe, bool deviceDialerEnab
             edited_.*c.program = "";
 
     auto *layout = new QVBoxLayout(this);
-    FieldBinding<ProbeRecord> fields(this, [this]() -> ProbeRecord & { return edited_; }, [](std::uint64_t) {});
+    FieldBinding<ProbeRecord> fields(this, [this]() -> ProbeRecord & { return edited_; }, [](const char *) {});
     QList<QWidget *> order;
     for (const Condition &c : kConditions) {
         auto *box = new QGroupBox(QString::fromLatin1(c.title), this);

@@ -47,20 +47,20 @@ ConnectionFields addConnectionFields(QWidget *dialog, QVBoxLayout *layout, QWidg
 template <class Record>
 void bindConnectionFields(FieldBinding<Record> &bind, const ConnectionFields &f)
 {
-    bind.text(f.address, &Record::DeviceAddress, DeviceBit::DeviceAddress);
-    bind.text(f.name, &Record::DeviceName, DeviceBit::DeviceName);
+    bind.text(f.address, &Record::DeviceAddress, "DeviceAddress");
+    bind.text(f.name, &Record::DeviceName, "DeviceName");
     // An empty port reads as 0, which is refused when the device is checked.
-    bind.number(f.port, &Record::DevicePort, DeviceBit::DevicePort);
+    bind.number(f.port, &Record::DevicePort, "DevicePort");
     bind.choice(
         f.interval, [](const Record &d) { return intervalIndex(d.QueryInterval); },
-        [](Record &d, int k) { d.QueryInterval = intervalSeconds(k); }, DeviceBit::QueryInterval);
-    bind.flag(f.logging, &Record::LoggingEnabled, DeviceBit::LoggingEnabled);
-    bind.flag(f.logFailures, &Record::LogQueryFailures, DeviceBit::LogQueryFailures);
-    bind.flag(f.useProxy, &Record::UseProxy, DeviceBit::UseProxy);
-    bind.text(f.proxyAddress, &Record::ProxyServerAddress, DeviceBit::ProxyServerAddress);
-    bind.number(f.proxyPort, &Record::ProxyServerPort, DeviceBit::ProxyServerPort);
-    bind.text(f.proxyUser, &Record::ProxyServerUserName, DeviceBit::ProxyServerUserName);
-    bind.text(f.proxyPassword, &Record::ProxyServerPassword, DeviceBit::ProxyServerPassword);
+        [](Record &d, int k) { d.QueryInterval = intervalSeconds(k); }, "QueryInterval");
+    bind.flag(f.logging, &Record::LoggingEnabled, "LoggingEnabled");
+    bind.flag(f.logFailures, &Record::LogQueryFailures, "LogQueryFailures");
+    bind.flag(f.useProxy, &Record::UseProxy, "UseProxy");
+    bind.text(f.proxyAddress, &Record::ProxyServerAddress, "ProxyServerAddress");
+    bind.number(f.proxyPort, &Record::ProxyServerPort, "ProxyServerPort");
+    bind.text(f.proxyUser, &Record::ProxyServerUserName, "ProxyServerUserName");
+    bind.text(f.proxyPassword, &Record::ProxyServerPassword, "ProxyServerPassword");
 }
 
 // The warning a query interval under 30 seconds gives.

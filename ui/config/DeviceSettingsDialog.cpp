@@ -90,19 +90,20 @@ DeviceSettingsDialog::DeviceSettingsDialog(WindowContext &context, int slot, QWi
                    queryFailCount_, emailDetails_, dialer, dialerPort, testDialer, buttons});
 
     FieldBinding<DeviceRecord> bind(this, [this]() -> DeviceRecord & { return *working_; },
-                                    [this](std::uint64_t bit) {
-                                        working_->markChanged(bit);
+                                    [this](const char *key) {
+                                        if (key)
+                                            working_->markChanged(key);
                                         edited();
                                     });
     bindConnectionFields(bind, f);
-    bind.flag(queryFailAlert_, &DeviceRecord::SendQueryFailMessage, DeviceBit::SendQueryFailMessage);
+    bind.flag(queryFailAlert_, &DeviceRecord::SendQueryFailMessage, "SendQueryFailMessage");
     bind.choice(
         queryFailCount_, [](const DeviceRecord &d) { return qBound(0, d.QueryFailThreshold - 1, kQueryFailEntries - 1); },
-        [](DeviceRecord &d, int k) { d.QueryFailThreshold = k + 1; }, DeviceBit::QueryFailThreshold);
-    bind.flag(dialer, &DeviceRecord::EnableDialer, DeviceBit::EnableDialer);
+        [](DeviceRecord &d, int k) { d.QueryFailThreshold = k + 1; }, "QueryFailThreshold");
+    bind.flag(dialer, &DeviceRecord::EnableDialer, "EnableDialer");
     bind.choice(
         dialerPort, [](const DeviceRecord &d) { return qBound(0, d.DialerPort - 1, kDialerPorts - 1); },
-        [](DeviceRecord &d, int k) { d.DialerPort = k + 1; }, DeviceBit::DialerPort);
+        [](DeviceRecord &d, int k) { d.DialerPort = k + 1; }, "DialerPort");
     bind.fill();
     updateEnabling();
 

@@ -30,7 +30,7 @@ EmailSubjectsDialog::EmailSubjectsDialog(ProbeRecord &probe, QWidget *parent)
     layout->addLayout(grid);
     layout->addWidget(okCancelButtons(this));
 
-    FieldBinding<ProbeRecord> fields(this, [this]() -> ProbeRecord & { return edited_; }, [](std::uint64_t) {});
+    FieldBinding<ProbeRecord> fields(this, [this]() -> ProbeRecord & { return edited_; }, [](const char *) {});
     fields.text(alarm, &ProbeRecord::EmailAlarmSubject);
     fields.text(caution, &ProbeRecord::EmailCautionSubject);
     fields.text(cleared, &ProbeRecord::EmailClearedSubject);

@@ -64,16 +64,16 @@ ProbeEmailSettings::ProbeEmailSettings(WindowContext &context, DeviceRecord &dev
           << subjects << apply;
     settings_ = {to_, from_, server_, port_, user_, password_, template_, browseTo, browseTemplate, test, subjects};
 
-    fields.flag(onAlarm, &ProbeRecord::SendAlarmEmail, ProbeBit::SendAlarmEmail);
-    fields.flag(onCaution, &ProbeRecord::SendCautionEmail, ProbeBit::SendCautionEmail);
-    fields.flag(onClear, &ProbeRecord::SendClearEmail, ProbeBit::SendClearEmail);
-    fields.text(server_, &ProbeRecord::SMTPServer, ProbeBit::SMTPServer);
-    fields.number(port_, &ProbeRecord::SMTPPort, ProbeBit::SMTPPort);
-    fields.text(from_, &ProbeRecord::EmailFrom, ProbeBit::EmailFrom);
-    fields.text(to_, &ProbeRecord::EmailTo, ProbeBit::EmailTo);
-    fields.text(user_, &ProbeRecord::EmailSMTPUser, ProbeBit::EmailSMTPUser);
-    fields.text(password_, &ProbeRecord::EmailSMTPPass, ProbeBit::EmailSMTPPass);
-    fields.text(template_, &ProbeRecord::EmailTemplate, ProbeBit::EmailTemplate);
+    fields.flag(onAlarm, &ProbeRecord::SendAlarmEmail, "SendAlarmEmail");
+    fields.flag(onCaution, &ProbeRecord::SendCautionEmail, "SendCautionEmail");
+    fields.flag(onClear, &ProbeRecord::SendClearEmail, "SendClearEmail");
+    fields.text(server_, &ProbeRecord::SMTPServer, "SMTPServer");
+    fields.number(port_, &ProbeRecord::SMTPPort, "SMTPPort");
+    fields.text(from_, &ProbeRecord::EmailFrom, "EmailFrom");
+    fields.text(to_, &ProbeRecord::EmailTo, "EmailTo");
+    fields.text(user_, &ProbeRecord::EmailSMTPUser, "EmailSMTPUser");
+    fields.text(password_, &ProbeRecord::EmailSMTPPass, "EmailSMTPPass");
+    fields.text(template_, &ProbeRecord::EmailTemplate, "EmailTemplate");
 
     connect(browseTo, &QPushButton::clicked, this,
             [this] { browse(to_, QStringLiteral("Email Distribution List Selector")); });

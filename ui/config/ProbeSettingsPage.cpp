@@ -62,7 +62,7 @@ std::int32_t ProbeRecord::*percentField(const ProbeRecord &p, int row)
 
 ProbeSettingsPage::ProbeSettingsPage(WindowContext &context, DeviceRecord &device, int probeIndex, QWidget *parent)
     : QWidget(parent), context_(context), device_(device), index_(probeIndex),
-      fields_(this, [this]() -> ProbeRecord & { return editedProbe(); }, [this](std::uint64_t bit) { edited(bit); })
+      fields_(this, [this]() -> ProbeRecord & { return editedProbe(); }, [this](const char *key) { edited(key); })
 {
     QList<QWidget *> order;
     auto *left = new QVBoxLayout;
@@ -121,9 +121,9 @@ QWidget *ProbeSettingsPage::buildHeader(QList<QWidget *> &order)
     grid->addWidget(buddyLabel(QStringLiteral("Group Name:"), groupName, box), 3, 0);
     grid->addWidget(groupName, 3, 1, 1, 3);
     grid->setColumnStretch(3, 1);
-    fields_.flag(enabled, &ProbeRecord::ProbeEnabled, ProbeBit::ProbeEnabled);
-    fields_.text(probeName, &ProbeRecord::ProbeName, ProbeBit::ProbeName);
-    fields_.text(groupName, &ProbeRecord::GroupName, ProbeBit::GroupName);
+    fields_.flag(enabled, &ProbeRecord::ProbeEnabled, "ProbeEnabled");
+    fields_.text(probeName, &ProbeRecord::ProbeName, "ProbeName");
+    fields_.text(groupName, &ProbeRecord::GroupName, "GroupName");
     order << enabled->yesButton() << enabled->noButton() << probeName << groupName;
     return box;
 }
@@ -224,11 +224,11 @@ QWidget *ProbeSettingsPage::buildThresholds(QList<QWidget *> &order)
             return condition >= 0 && condition < 3 ? condition : 0;
         },
         [](ProbeRecord &p, int k) { p.SwitchAlarmCondition = static_cast<SwitchAlarmCondition>(k); },
-        ProbeBit::SwitchAlarmCondition);
+        "SwitchAlarmCondition");
     fields_.choice(
         consecutive,
         [](const ProbeRecord &p) { return qBound(0, p.ConsecutiveAlarmThreshold - 1, kConsecutiveEntries - 1); },
-        [](ProbeRecord &p, int k) { p.ConsecutiveAlarmThreshold = k + 1; }, ProbeBit::ConsecutiveAlarmThreshold);
+        [](ProbeRecord &p, int k) { p.ConsecutiveAlarmThreshold = k + 1; }, "ConsecutiveAlarmThreshold");
     connect(apply, &QPushButton::clicked, this, [this] { applyToAll(int(ProbeSettingsGroup::Thresholds)); });
     return box;
 }
@@ -241,17 +241,17 @@ QWidget *ProbeSettingsPage::buildSounds(QList<QWidget *> &order)
     struct Sound {
         const char *question, *label, *name;
         std::int32_t ProbeRecord::*flag;
-        std::uint64_t flagBit;
+        const char *flagKey;
         FixedText<261> ProbeRecord::*file;
-        std::uint64_t fileBit;
+        const char *fileKey;
         const char *selector;
         QByteArray start;
     };
     const Sound kinds[] = {
-        {"Sound on alarm:", "Alarm sound:", "Alarm", &ProbeRecord::AlarmSound, ProbeBit::AlarmSound,
-         &ProbeRecord::AlarmSoundFile, ProbeBit::AlarmSoundFile, "Alarm Sound File Selector", sounds + "/Alarm.wav"},
-        {"Sound on caution:", "Caution sound: ", "Caution", &ProbeRecord::CautionSound, ProbeBit::CautionSound,
-         &ProbeRecord::CautionSoundFile, ProbeBit::CautionSoundFile, "Caution Sound File Selector", {}},
+        {"Sound on alarm:", "Alarm sound:", "Alarm", &ProbeRecord::AlarmSound, "AlarmSound",
+         &ProbeRecord::AlarmSoundFile, "AlarmSoundFile", "Alarm Sound File Selector", sounds + "/Alarm.wav"},
+        {"Sound on caution:", "Caution sound: ", "Caution", &ProbeRecord::CautionSound, "CautionSound",
+         &ProbeRecord::CautionSoundFile, "CautionSoundFile", "Caution Sound File Selector", {}},
     };
     int row = 0;
     for (const Sound &k : kinds) {
@@ -263,8 +263,8 @@ QWidget *ProbeSettingsPage::buildSounds(QList<QWidget *> &order)
         QPushButton *test = fieldButton(QStringLiteral("Test"), label, "test" + kind + "Sound", box);
         addRow(grid, row++, QString::fromLatin1(k.label), file, {browseFile, test});
         order << play->yesButton() << play->noButton() << file << browseFile << test;
-        fields_.flag(play, k.flag, k.flagBit);
-        fields_.text(file, k.file, k.fileBit);
+        fields_.flag(play, k.flag, k.flagKey);
+        fields_.text(file, k.file, k.fileKey);
         const QString title = QString::fromLatin1(k.selector);
         const QByteArray start = k.start;
         connect(browseFile, &QPushButton::clicked, this, [this, file, title, sounds, start] {
@@ -300,8 +300,8 @@ QWidget *ProbeSettingsPage::buildFiles(QList<QWidget *> &order)
     grid->addLayout(moreRow, 2, 0, 1, 3);
     grid->setColumnStretch(1, 1);
     order << logFile << browseLog << notes << more;
-    fields_.text(logFile, &ProbeRecord::LogFile, ProbeBit::LogFile);
-    fields_.text(notes, &ProbeRecord::Notes, ProbeBit::Notes);
+    fields_.text(logFile, &ProbeRecord::LogFile, "LogFile");
+    fields_.text(notes, &ProbeRecord::Notes, "Notes");
     connect(browseLog, &QPushButton::clicked, this, [this, logFile] {
         browse(logFile, QStringLiteral("Probe Data Log File Selector"), QStringLiteral("Log Files (*.log)"),
                context_.store.folder().logs());
@@ -327,14 +327,14 @@ void ProbeSettingsPage::activate()
     email_->updateEnabling();
 }
 
-void ProbeSettingsPage::edited(std::uint64_t bit)
+void ProbeSettingsPage::edited(const char *key)
 {
     // The changed keys are found by comparison when the device is committed.
     modified_ = true;
     ProbeRecord &p = editedProbe();
     // The data file follows the probe name, as it does when the device is
     // next read.
-    if (bit == ProbeBit::ProbeName)
+    if (qstrcmp(key, "ProbeName") == 0)
         p.DataLogFile = probeFilePath(context_.store.folder().data(), device_.DeviceName.bytes(), p.ProbeNumber,
                                       p.ProbeName.bytes(), "csv");
     email_->updateEnabling();

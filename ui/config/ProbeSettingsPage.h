@@ -51,7 +51,7 @@ private:
     QWidget *buildSounds(QList<QWidget *> &tabOrder);
     QWidget *buildFiles(QList<QWidget *> &tabOrder);
 
-    void edited(std::uint64_t bit);
+    void edited(const char *key);
     void fillThresholdArea();
     void showUnits(const QString &unit);
     void thresholdEdited(int row, double value);

@@ -66,15 +66,15 @@ QueryFailureEmailDialog::QueryFailureEmailDialog(WindowContext &context, DeviceR
     if (device.EmailBodyText.empty())
         device.EmailBodyText = defaults.EmailBodyText;
     // The keys that changed are found when the device is committed.
-    FieldBinding<DeviceRecord> fields(this, [this]() -> DeviceRecord & { return device_; }, [](std::uint64_t) {});
-    fields.text(server_, &DeviceRecord::SMTPServerName, DeviceBit::SMTPServerName);
-    fields.number(port_, &DeviceRecord::SMTPServerPort, DeviceBit::SMTPServerPort);
-    fields.text(from_, &DeviceRecord::EmailFromAddress, DeviceBit::EmailFromAddress);
-    fields.text(to_, &DeviceRecord::EmailToAddress, DeviceBit::EmailToAddress);
-    fields.text(user_, &DeviceRecord::SMTPUsername, DeviceBit::SMTPUsername);
-    fields.text(password_, &DeviceRecord::SMTPPassword, DeviceBit::SMTPPassword);
-    fields.text(subject_, &DeviceRecord::EmailSubjectText, DeviceBit::EmailSubjectText);
-    fields.text(body_, &DeviceRecord::EmailBodyText, DeviceBit::EmailBodyText);
+    FieldBinding<DeviceRecord> fields(this, [this]() -> DeviceRecord & { return device_; }, [](const char *) {});
+    fields.text(server_, &DeviceRecord::SMTPServerName, "SMTPServerName");
+    fields.number(port_, &DeviceRecord::SMTPServerPort, "SMTPServerPort");
+    fields.text(from_, &DeviceRecord::EmailFromAddress, "EmailFromAddress");
+    fields.text(to_, &DeviceRecord::EmailToAddress, "EmailToAddress");
+    fields.text(user_, &DeviceRecord::SMTPUsername, "SMTPUsername");
+    fields.text(password_, &DeviceRecord::SMTPPassword, "SMTPPassword");
+    fields.text(subject_, &DeviceRecord::EmailSubjectText, "EmailSubjectText");
+    fields.text(body_, &DeviceRecord::EmailBodyText, "EmailBodyText");
     fields.fill();
 
     connect(browse, &QPushButton::clicked, this, &QueryFailureEmailDialog::browseRecipients);

@@ -129,58 +129,6 @@ QString probeCellText(int kind, const DeviceRecord &d, const ProbeRecord &p)
     }
 }
 
-std::uint64_t columnChangeBits(int kind)
-{
-    namespace PB = ProbeBit;
-    constexpr std::uint64_t typeOrUnits = PB::ProbeType | PB::DisplayUnits;
-    switch (kind) {
-    case ProbeNumber: return PB::Numbers;
-    case ProbeGroup: return PB::GroupName;
-    case ProbeName: return PB::ProbeName;
-    case ProbeTypeKind: return PB::ProbeType;
-    case ProbeEnabled: return PB::ProbeEnabled;
-    case CurrentValue: return PB::CurrentTemp | PB::CurrentHumidity | PB::WetnessOrSwitch | typeOrUnits;
-    case AlarmStateKind: return PB::StateOrCount | PB::AlarmSetOrCleared;
-    case AlarmDate:
-    case AlarmTime: return PB::LastAlarmSetTimeVal;
-    case ClearedDate:
-    case ClearedTime: return PB::LastAlarmClearedTimeVal;
-    case ConsecutiveAlarms: return PB::StateOrCount;
-    case CurrentTemp: return PB::CurrentTemp | typeOrUnits;
-    case CurrentHumidity: return PB::CurrentHumidity | PB::ProbeType;
-    case CurrentWetness:
-    case SwitchState:
-    case SwitchOpenDate:
-    case SwitchOpenTime:
-    case SwitchCloseDate:
-    case SwitchCloseTime: return PB::WetnessOrSwitch | PB::ProbeType;
-    case HighestTemp:
-    case HighestTempDate:
-    case HighestTempTime: return PB::HighestTemp | typeOrUnits;
-    case LowestTemp:
-    case LowestTempDate:
-    case LowestTempTime: return PB::LowestTemp | typeOrUnits;
-    case HighestHumidity:
-    case HighestHumidityDate:
-    case HighestHumidityTime: return PB::HighestHumidity | PB::ProbeType;
-    case LowestHumidity:
-    case LowestHumidityDate:
-    case LowestHumidityTime: return PB::LowestHumidity | PB::ProbeType;
-    case HighestWetness:
-    case HighestWetnessDate:
-    case HighestWetnessTime: return PB::HighestWetness | PB::ProbeType;
-    case LowestWetness:
-    case LowestWetnessDate: return PB::LowestWetness | PB::ProbeType;
-    case LowestWetnessTime: return PB::LowestWetness | PB::HighestWetness | PB::ProbeType;
-    default: return 0;
-    }
-}
-
-bool isDeviceColumn(int kind)
-{
-    return kind == DeviceName || kind == ContactDate || kind == ContactTime;
-}
-
 QColor rowColour(const ProgramSettings &s, const ProbeRecord &p)
 {
     if (!p.ProbeEnabled)

@@ -33,11 +33,6 @@ int columnKind(const QString &title);
 // The cell text of a column of kind `kind` for `probe` of `device`.
 QString probeCellText(int kind, const DeviceRecord &device, const ProbeRecord &probe);
 
-// The probe change bits that alter a column of this kind; device-level
-// columns (name, last contact) answer to any change of the device.
-std::uint64_t columnChangeBits(int kind);
-bool isDeviceColumn(int kind);
-
 // The row background: the colour setting for the alarm state, for enabled
 // probes only (invalid: the list's own background).
 QColor rowColour(const ProgramSettings &settings, const ProbeRecord &probe);

@@ -6,12 +6,6 @@
 
 namespace cz {
 
-namespace {
-
-constexpr std::uint64_t kRowColourBits = ProbeBit::StateOrCount | ProbeBit::AlarmSetOrCleared | ProbeBit::ProbeEnabled;
-
-} // namespace
-
 ProbeTableModel::ProbeTableModel(DeviceStore &store, QObject *parent) : QAbstractTableModel(parent), store_(store) {}
 
 void ProbeTableModel::rebuild()
@@ -29,14 +23,32 @@ void ProbeTableModel::rebuild()
         kinds_.append(columnKind(titles_.last()));
     }
     rows_.clear();
+    shown_.clear();
     const bool showDisabled = store_.settings.ShowDisabledProbes != 0;
     for (int slot = 0; slot < store_.deviceCount(); ++slot) {
         const DeviceRecord *d = store_.device(slot);
         for (int i = 0; d && i < d->ProbeCount && i < d->probeSlots(); ++i)
             if (const ProbeRecord *p = d->probe(i); p && (p->ProbeEnabled || showDisabled))
-                rows_.append(p);
+                appendRow(p);
     }
     endResetModel();
+}
+
+void ProbeTableModel::appendRow(const ProbeRecord *probe)
+{
+    rows_.append(probe);
+    shown_.append(shownRow(*probe));
+}
+
+QStringList ProbeTableModel::shownRow(const ProbeRecord &p) const
+{
+    QStringList cells;
+    cells.reserve(kinds_.size() + 1);
+    const DeviceRecord *d = store_.device(p.DeviceNumber);
+    for (const int kind : kinds_)
+        cells.append(d ? probeCellText(kind, *d, p) : QString());
+    cells.append(rowColour(store_.settings, p).name(QColor::HexArgb));
+    return cells;
 }
 
 void ProbeTableModel::showDisabledProbes(bool show)
@@ -48,7 +60,7 @@ void ProbeTableModel::showDisabledProbes(bool show)
                 const ProbeRecord *p = d->probe(i);
                 if (p && !p->ProbeEnabled && !rows_.contains(p)) {
                     beginInsertRows({}, int(rows_.size()), int(rows_.size()));
-                    rows_.append(p);
+                    appendRow(p);
                     endInsertRows();
                 }
             }
@@ -69,6 +81,7 @@ void ProbeTableModel::removeRowsWhere(const std::function<bool(const ProbeRecord
         if (remove(*rows_[row])) {
             beginRemoveRows({}, row, row);
             rows_.removeAt(row);
+            shown_.removeAt(row);
             endRemoveRows();
         }
     }
@@ -76,6 +89,8 @@ void ProbeTableModel::removeRowsWhere(const std::function<bool(const ProbeRecord
 
 void ProbeTableModel::coloursChanged()
 {
+    for (int row = 0; row < rows_.size(); ++row)
+        shown_[row].last() = rowColour(store_.settings, *rows_[row]).name(QColor::HexArgb);
     if (rowCount() > 0 && columnCount() > 0)
         emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1), {Qt::BackgroundRole});
 }
@@ -83,35 +98,28 @@ void ProbeTableModel::coloursChanged()
 void ProbeTableModel::refresh()
 {
     const int columns = int(kinds_.size());
-    QList<std::uint64_t> bits(columns);
-    QList<bool> deviceColumn(columns);
-    for (int c = 0; c < columns; ++c) {
-        bits[c] = columnChangeBits(kinds_[c]);
-        deviceColumn[c] = isDeviceColumn(kinds_[c]);
-    }
     for (int row = 0; row < rows_.size(); ++row) {
-        const ProbeRecord &p = *rows_[row];
-        const DeviceRecord *d = store_.device(p.DeviceNumber);
-        const std::uint64_t changed = p.ShownChanges;
-        const bool deviceChanged = d && d->ShownChanges;
-        if (!changed && !deviceChanged)
+        QStringList now = shownRow(*rows_[row]);
+        QStringList &before = shown_[row];
+        if (now == before)
             continue;
-        if (changed & kRowColourBits) {
+        if (now.last() != before.last()) {
+            before = std::move(now);
             emit dataChanged(index(row, 0), index(row, columns - 1), {Qt::DisplayRole, Qt::BackgroundRole});
             continue;
         }
-        // One announcement per run of neighbouring changed columns.
+        // One announcement per run of neighbouring changed cells.
         for (int c = 0; c < columns; ++c) {
-            if (!(bits[c] & changed) && !(deviceChanged && deviceColumn[c]))
+            if (now[c] == before[c])
                 continue;
             int last = c;
-            while (last + 1 < columns && ((bits[last + 1] & changed) || (deviceChanged && deviceColumn[last + 1])))
+            while (last + 1 < columns && now[last + 1] != before[last + 1])
                 ++last;
             emit dataChanged(index(row, c), index(row, last), {Qt::DisplayRole});
             c = last;
         }
+        before = std::move(now);
     }
-    store_.clearShownChanges();
 }
 
 int ProbeTableModel::columnOfKind(int kind) const

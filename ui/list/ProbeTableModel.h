@@ -1,11 +1,12 @@
 // The probe list's rows over the engine's records: one row per probe, the
 // columns of the column table that are enabled, every cell worked out from
-// the records when it is shown. After each walk only the cells whose
-// records changed are announced.
+// the records when it is shown. A refresh compares each cell with what was
+// last announced and announces only the cells that changed.
 #pragma once
 
 #include <QAbstractTableModel>
 #include <QList>
+#include <QStringList>
 
 #include <functional>
 
@@ -22,8 +23,8 @@ public:
     // Columns from the column table, one row per probe of every device
     // (disabled probes only while they are shown).
     void rebuild();
-    // Announces the cells whose records changed since the last refresh
-    // (the shown-change masks), and clears those masks.
+    // Announces the cells whose text or colour changed since the last
+    // refresh.
     void refresh();
     // The rows of the device in `slot`, removed before its records go.
     void removeDeviceRows(int slot);
@@ -45,9 +46,13 @@ public:
 
 private:
     void removeRowsWhere(const std::function<bool(const ProbeRecord &)> &remove);
+    // What a row shows now: its cell texts and, last, its colour's name.
+    QStringList shownRow(const ProbeRecord &probe) const;
+    void appendRow(const ProbeRecord *probe);
 
     DeviceStore &store_;
     QList<const ProbeRecord *> rows_;
+    QList<QStringList> shown_;   // row -> what was last announced
     QList<int> entries_;   // column -> column table entry
     QList<int> kinds_;     // column -> cell kind (by title)
     QList<QString> titles_;
